@@ -1,0 +1,11 @@
+// SetupCLS: the setup class library of the Drosvane backup suite. Include this one header to
+// reach every exported class and function.
+#pragma once
+
+#include "SetupCLSExport.h"
+#include "CString.h"
+#include "PathRules.h"
+#include "VersionInfo.h"
+#include "CLog.h"
+#include "CSetupException.h"
+#include "CCommandLineMap.h"
