@@ -14,34 +14,19 @@ namespace {
 
 using Bytes = std::vector<BYTE>;
 
-std::string Hex(const Bytes& bytes)
+const BYTE* AsBytes(const std::string& text)
 {
-    std::string text;
-    char pair[3];
-    for (BYTE b : bytes) {
-        snprintf(pair, sizeof(pair), "%02x", b);
-        text += pair;
-    }
-    return text;
+    return reinterpret_cast<const BYTE*>(text.data());
 }
 
-Bytes Encrypt(const std::string& plain)
+// Scrambles or unscrambles (direction is one of the two functions) into a roomy buffer.
+Bytes Through(decltype(&DVSET_ZOREncrypt) direction, const Bytes& in)
 {
     Bytes out(256);
     DWORD length = static_cast<DWORD>(out.size());
-    int result = DVSET_ZOREncrypt(reinterpret_cast<const BYTE*>(plain.data()), static_cast<DWORD>(plain.size()),
-                                  out.data(), &length);
-    EXPECT_EQ(0, result);
-    out.resize(result == 0 ? length : 0);
+    EXPECT_EQ(0, direction(in.data(), static_cast<DWORD>(in.size()), out.data(), &length));
+    out.resize(length);
     return out;
-}
-
-std::string Decrypt(const Bytes& scrambled)
-{
-    Bytes out(256);
-    DWORD length = static_cast<DWORD>(out.size());
-    EXPECT_EQ(0, DVSET_ZORDecrypt(scrambled.data(), static_cast<DWORD>(scrambled.size()), out.data(), &length));
-    return std::string(out.begin(), out.begin() + length);
 }
 
 // DVDCEN.DLL in a fresh current folder, where the search finds it (the test program's folder and
@@ -64,24 +49,26 @@ protected:
 TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
 {
     bool sawLowByte = false;
-    const std::string plains[] = {"a", "password", "12345678", std::string("\0\xff\x10 zero", 8),
-                                  "a pass phrase of 32 characters.."};
+    const std::string plains[] = {"a", "12345678", std::string("\0\xff\x10 zero", 8), "a pass phrase of 32 characters.."};
     for (const std::string& plain : plains) {
         SCOPED_TRACE(plain);
-        const Bytes scrambled = Encrypt(plain);
+        const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(plain.begin(), plain.end()));
         EXPECT_EQ(0u, scrambled.size() % 8);  // whole triple-DES blocks
         ASSERT_GT(scrambled.size(), plain.size());
         EXPECT_NE(plain, std::string(scrambled.begin(), scrambled.begin() + plain.size()));
-        EXPECT_EQ(plain, Decrypt(scrambled));
-        for (BYTE b : scrambled)
-            sawLowByte = sawLowByte || b < 0x10;
+        EXPECT_EQ(Bytes(plain.begin(), plain.end()), Through(DVSET_ZORDecrypt, scrambled));
 
         // The text form: the same bytes, two lower-case digits each, then a zero.
         char text[DVSET_NUMSTR_TEXT_SIZE];
         DWORD textLength = 0;
-        ASSERT_EQ(0, DVSET_ZOREncrypt_NUMSTR(reinterpret_cast<const BYTE*>(plain.data()),
-                                             static_cast<DWORD>(plain.size()), text, &textLength));
-        ASSERT_EQ(Hex(scrambled), std::string(text, textLength));
+        ASSERT_EQ(0, DVSET_ZOREncrypt_NUMSTR(AsBytes(plain), static_cast<DWORD>(plain.size()), text, &textLength));
+        ASSERT_EQ(2 * scrambled.size(), textLength);
+        for (size_t i = 0; i < scrambled.size(); ++i) {
+            char pair[3];
+            snprintf(pair, sizeof(pair), "%02x", scrambled[i]);
+            EXPECT_EQ(pair, std::string(text + 2 * i, 2));
+            sawLowByte = sawLowByte || scrambled[i] < 0x10;
+        }
         EXPECT_EQ('\0', text[textLength]);
 
         // Back from the text; an odd last character is ignored.
@@ -96,39 +83,40 @@ TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
 
 TEST_F(Scramble, ResultThatDoesNotFitLeavesTheCallersBuffersAlone)
 {
+    const std::string plain = "password";  // scrambles to 16 bytes
     Bytes out(15, 0xCC);
-    DWORD length = 15;  // "password" scrambles to 16 bytes
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt(reinterpret_cast<const BYTE*>("password"), 8, out.data(), &length));
-    const Bytes scrambled = Encrypt("password");
+    DWORD length = 15;
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt(AsBytes(plain), 8, out.data(), &length));
+    const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(plain.begin(), plain.end()));
     length = 7;
-    EXPECT_NE(0, DVSET_ZORDecrypt(scrambled.data(), static_cast<DWORD>(scrambled.size()), out.data(), &length));
+    EXPECT_NE(0, DVSET_ZORDecrypt(scrambled.data(), 16, out.data(), &length));
     EXPECT_EQ(7u, length);
     EXPECT_EQ(Bytes(15, 0xCC), out);
 
     // The text holds 150 characters: 71 bytes scramble to 72 (144 digits), 72 bytes to 80.
-    char text[DVSET_NUMSTR_TEXT_SIZE + 1];
+    char text[DVSET_NUMSTR_TEXT_SIZE];
     DWORD textLength = 0;
-    const Bytes plain(72, 'x');
-    EXPECT_EQ(0, DVSET_ZOREncrypt_NUMSTR(plain.data(), 71, text, &textLength));
+    const Bytes longPlain(72, 'x');
+    EXPECT_EQ(0, DVSET_ZOREncrypt_NUMSTR(longPlain.data(), 71, text, &textLength));
     EXPECT_EQ(144u, textLength);
     memset(text, '#', sizeof(text));
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt_NUMSTR(plain.data(), 72, text, &textLength));
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt_NUMSTR(longPlain.data(), 72, text, &textLength));
     EXPECT_EQ(static_cast<DWORD>(DVSET_NUMSTR_TEXT_SIZE), textLength);
     EXPECT_EQ(std::string(sizeof(text), '#'), std::string(text, sizeof(text)));
 }
 
 // No library, a library without the entry points, a library that fails: every function fails
 // and the caller's buffers stay as they were (the text length keeps its preset).
-TEST_F(Scramble, FailuresLeaveTheCallersBuffersAlone)
+TEST_F(Scramble, MissingOrFailingLibraryLeavesTheCallersBuffersAlone)
 {
     const struct {
-        const char* library;
-        const char* failure;
+        const char* library;  // copied into the current folder
+        const char* failure;  // the library's own answer
         int expected;
     } cases[] = {{nullptr, nullptr, ERROR_MOD_NOT_FOUND},
                  {"noexports.dll", nullptr, ERROR_PROC_NOT_FOUND},
                  {"DVDCEN.DLL", "1234", 1234}};
-    const BYTE* plain = reinterpret_cast<const BYTE*>("password");
+    const BYTE* plain = AsBytes("password");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.expected);
         DeleteFileA((m_dir / "DVDCEN.DLL").c_str());
@@ -153,7 +141,7 @@ TEST_F(Scramble, FailuresLeaveTheCallersBuffersAlone)
 
 TEST_F(Scramble, BadArgumentsAreRefused)
 {
-    const BYTE* plain = reinterpret_cast<const BYTE*>("password");
+    const BYTE* plain = AsBytes("password");
     Bytes out(32, 0xCC);
     DWORD length = 32;
     char text[DVSET_NUMSTR_TEXT_SIZE];
@@ -173,10 +161,11 @@ TEST_F(Scramble, BadArgumentsAreRefused)
 TEST_F(Scramble, TraceLinesGoToTheFileTheSetupNames)
 {
     const std::string trace = m_dir / "trace.log";
-    Encrypt("12345");
+    const Bytes plain(5, 'p');
+    Through(DVSET_ZOREncrypt, plain);
     EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(trace.c_str())) << "no trace file was named";
     ScopedEnv traceFile(DVSET_TRACE_FILE_VARIABLE, trace.c_str());
-    Encrypt("12345");
+    Through(DVSET_ZOREncrypt, plain);
     std::istringstream lines(ReadFileBytes(trace));
     std::string first, second, third;
     std::getline(lines, first);
@@ -194,9 +183,8 @@ TEST(Is3DESEncrypt, IsTrueOnlyForMethodFour)
     const std::string file = dir / "SETUP.ICF";
     const char* const methods[] = {"4", "3", "04", nullptr};
     for (const char* em : methods) {
-        SCOPED_TRACE(em ? em : "no entry");
         ASSERT_TRUE(WriteFileBytes(file, em ? std::string("[INSTALL]\r\nEM=") + em + "\r\n" : "[INSTALL]\r\n"));
-        EXPECT_EQ(em && atoi(em) == 4 ? 1 : 0, DVSET_Is3DESEncrypt(file.c_str()));
+        EXPECT_EQ(em && atoi(em) == 4 ? 1 : 0, DVSET_Is3DESEncrypt(file.c_str())) << (em ? em : "no entry");
     }
     EXPECT_EQ(0, DVSET_Is3DESEncrypt((dir / "missing.icf").c_str()));
 }
