@@ -9,3 +9,5 @@
 #include "CLog.h"
 #include "CSetupException.h"
 #include "CCommandLineMap.h"
+#include "CSetupInf.h"
+#include "DvSetScramble.h"
