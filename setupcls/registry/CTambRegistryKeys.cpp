@@ -209,6 +209,8 @@ KeyList LocalHomeKeys()
     return {path, R::Wow6432Node(path)};
 }
 
+// Each generation under the name its product used there; the IT generation named its record
+// after the product itself.
 RecordList ProductRecordPlaces()
 {
     using R = CTambRegistry;

@@ -1,7 +1,8 @@
 // Registry access shared by the CTambRegistry sources: the key lists of the product's key
 // generations, the one routine that walks them, and the value writers. Internal to the DLL.
 //
-// Helpers answer a Win32 status (LONG); the public operations turn it into their 1/0 result.
+// The single-key helpers answer a Win32 status (LONG). The walkers and writers answer the 1/0
+// result the public operations hand on unchanged.
 #pragma once
 
 #include "CString.h"

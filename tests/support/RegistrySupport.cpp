@@ -1,44 +1,40 @@
 #include "RegistrySupport.h"
 
+#include <memory>
+
 namespace testsupport {
 
 namespace {
 
-struct Key {
-    HKEY handle = nullptr;
-    ~Key()
-    {
-        if (handle)
-            RegCloseKey(handle);
-    }
-};
+using Key = std::unique_ptr<std::remove_pointer<HKEY>::type, decltype(&RegCloseKey)>;
 
-bool Open(REGSAM view, const std::string& key, REGSAM access, Key& out)
+Key Open(REGSAM view, const std::string& key, REGSAM access, bool create = false)
 {
-    return RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, &out.handle) == ERROR_SUCCESS;
+    HKEY handle = nullptr;
+    LONG status = create ? RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, access | view, nullptr,
+                                           &handle, nullptr)
+                         : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, &handle);
+    return Key(status == ERROR_SUCCESS ? handle : nullptr, &RegCloseKey);
 }
 
 bool Write(REGSAM view, const std::string& key, const char* value, DWORD type, const void* data, DWORD size)
 {
-    Key handle;
-    return RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr,
-                           &handle.handle, nullptr) == ERROR_SUCCESS
-        && RegSetValueExA(handle.handle, value, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
+    Key handle = Open(view, key, KEY_ALL_ACCESS, true);
+    return handle && RegSetValueExA(handle.get(), value, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
 }
 
 void DeleteTree(REGSAM view, const std::string& key)
 {
-    {
-        Key handle;
-        if (!Open(view, key, KEY_ALL_ACCESS, handle))
-            return;
+    std::vector<std::string> children;
+    if (Key handle = Open(view, key, KEY_READ)) {
         char name[256];
         DWORD length = sizeof(name);
-        while (RegEnumKeyExA(handle.handle, 0, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
-            DeleteTree(view, key + "\\" + name);
-            length = sizeof(name);
-        }
+        for (DWORD i = 0; !RegEnumKeyExA(handle.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr);
+             ++i, length = sizeof(name))
+            children.push_back(name);
     }
+    for (const std::string& child : children)
+        DeleteTree(view, key + "\\" + child);
     RegDeleteKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), view, 0);
 }
 
@@ -46,66 +42,51 @@ void DeleteTree(REGSAM view, const std::string& key)
 
 bool RegKeyExists(REGSAM view, const std::string& key)
 {
-    Key handle;
-    return Open(view, key, KEY_READ, handle);
+    return Open(view, key, KEY_READ) != nullptr;
 }
 
-std::string RegReadText(REGSAM view, const std::string& key, const char* value)
+std::string RegRead(REGSAM view, const std::string& key, const char* value)
 {
-    Key handle;
-    char text[1024];
-    DWORD size = sizeof(text);
-    DWORD type = 0;
-    if (!Open(view, key, KEY_READ, handle)
-        || RegQueryValueExA(handle.handle, value, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS
-        || type != REG_SZ || size == 0)
-        return "<missing>";
-    return std::string(text, size - 1);
+    char data[1024];
+    DWORD size = sizeof(data), type = 0;
+    Key handle = Open(view, key, KEY_READ);
+    if (!handle || RegQueryValueExA(handle.get(), value, nullptr, &type, reinterpret_cast<BYTE*>(data), &size))
+        return "-";
+    if (type == REG_DWORD)
+        return std::to_string(*reinterpret_cast<DWORD*>(data));
+    return type == REG_SZ && size > 0 ? std::string(data, size - 1) : "<not a text>";
 }
 
-DWORD RegReadNumber(REGSAM view, const std::string& key, const char* value, DWORD missing)
-{
-    Key handle;
-    DWORD number = 0;
-    DWORD size = sizeof(number);
-    DWORD type = 0;
-    if (!Open(view, key, KEY_READ, handle)
-        || RegQueryValueExA(handle.handle, value, nullptr, &type, reinterpret_cast<BYTE*>(&number), &size) != ERROR_SUCCESS
-        || type != REG_DWORD)
-        return missing;
-    return number;
-}
-
-bool RegWriteText(REGSAM view, const std::string& key, const char* value, const std::string& text)
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const std::string& text)
 {
     return Write(view, key, value, REG_SZ, text.c_str(), static_cast<DWORD>(text.size() + 1));
 }
 
-bool RegWriteBinary(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size)
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size)
 {
     return Write(view, key, value, REG_BINARY, data, size);
 }
 
-bool RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
+void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
 {
-    Key handle;
-    return Open(view, key, KEY_SET_VALUE, handle) && RegDeleteValueA(handle.handle, value) == ERROR_SUCCESS;
+    if (Key handle = Open(view, key, KEY_SET_VALUE))
+        RegDeleteValueA(handle.get(), value);
 }
 
-ScopedRegistryKeys::ScopedRegistryKeys(std::vector<std::string> keys)
+ScopedRegistryKeys::ScopedRegistryKeys(const std::vector<std::string>& keys)
 {
     for (const std::string& key : keys) {
         for (REGSAM view : {kView32, kView64}) {
             if (!RegKeyExists(view, key))
-                m_created.push_back({view, key});
+                m_created.emplace_back(view, key);
         }
     }
 }
 
 ScopedRegistryKeys::~ScopedRegistryKeys()
 {
-    for (const Entry& entry : m_created)
-        DeleteTree(entry.view, entry.key);
+    for (const auto& created : m_created)
+        DeleteTree(created.first, created.second);
 }
 
 }  // namespace testsupport
