@@ -268,38 +268,38 @@ int CTambRegistry::Write()
 
 int CTambRegistry::NotWrittenByThisBuild(const char* step) const
 {
-    Trace("\t%s is not written by this build", step);
+    Trace("\t%s: not written by this build", step);
     return 1;
 }
 
 int CTambRegistry::WriteEnvironmentVariables()
 {
-    return NotWrittenByThisBuild("The environment variables LNNAME and RNNAME");
+    return NotWrittenByThisBuild("Environment variables LNNAME and RNNAME");
 }
 
 int CTambRegistry::WriteCatalogPathVariable()
 {
-    return NotWrittenByThisBuild("The environment variable CATPATH");
+    return NotWrittenByThisBuild("Environment variable CATPATH");
 }
 
 int CTambRegistry::WriteInstalledProductsEntry()
 {
-    return NotWrittenByThisBuild("The entry among the maker's installed products");
+    return NotWrittenByThisBuild("Entry among the maker's installed products");
 }
 
 int CTambRegistry::WriteShellExtension()
 {
-    return NotWrittenByThisBuild("The shell extension");
+    return NotWrittenByThisBuild("Shell extension");
 }
 
 int CTambRegistry::WriteSNMPKey()
 {
-    return NotWrittenByThisBuild("The SNMP agent key");
+    return NotWrittenByThisBuild("SNMP agent key");
 }
 
 int CTambRegistry::CreateSystemAccount()
 {
-    return NotWrittenByThisBuild("The system user account");
+    return NotWrittenByThisBuild("System user account");
 }
 
 // ---- Object setters. ----
