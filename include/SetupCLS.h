@@ -9,3 +9,6 @@
 #include "CLog.h"
 #include "CSetupException.h"
 #include "CCommandLineMap.h"
+#include "SetupInfo.h"
+#include "CSettings.h"
+#include "CTambRegistry.h"
