@@ -9,3 +9,4 @@
 #include "CLog.h"
 #include "CSetupException.h"
 #include "CCommandLineMap.h"
+#include "CComputer.h"
