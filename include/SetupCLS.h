@@ -10,3 +10,4 @@
 #include "CSetupException.h"
 #include "CCommandLineMap.h"
 #include "CSetupIcf.h"
+#include "CComputer.h"
