@@ -11,3 +11,5 @@
 #include "CCommandLineMap.h"
 #include "CSetupIcf.h"
 #include "CComputer.h"
+#include "CSetupInf.h"
+#include "DvSetScramble.h"
