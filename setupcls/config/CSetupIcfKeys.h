@@ -13,6 +13,12 @@ struct Source {
     const char* defaultText;
 };
 
+// Where a setter writes: section and key.
+struct Target {
+    const char* section;
+    const char* key;
+};
+
 // Flags of a text key.
 const unsigned kNeedsFile = 1;  // the setter writes nothing when the file was not found
 
@@ -22,7 +28,7 @@ struct TextKey {
     int id;
     unsigned size;  // bytes of the result buffer, NUL included
     unsigned flags;
-    Source write;   // section and key; no default
+    Target write;
     Source reads[3];
 };
 
