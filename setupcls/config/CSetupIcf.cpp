@@ -125,9 +125,11 @@ BOOL CSetupIcf::WriteInt(const char* section, const char* key, int value)
     return WriteString(section, key, text);
 }
 
+// A null section or key would make the profile API hand out the list of section or key names
+// instead of a value: the reads refuse them, as the writes do.
 int CSetupIcf::GetString(const char* section, const char* key, char* buffer)
 {
-    if (!m_bExists || !buffer)
+    if (!m_bExists || !buffer || IsEmptyText(section) || IsEmptyText(key))
         return FALSE;
     DWORD capacity = static_cast<DWORD>(strlen(buffer));
     if (capacity == 0)
@@ -137,7 +139,7 @@ int CSetupIcf::GetString(const char* section, const char* key, char* buffer)
 
 BOOL CSetupIcf::GetInt(const char* section, const char* key, int* value)
 {
-    if (!m_bExists || !value)
+    if (!m_bExists || !value || IsEmptyText(section) || IsEmptyText(key))
         return FALSE;
     *value = static_cast<int>(GetPrivateProfileIntA(section, key, 0, m_sFile));
     return TRUE;
