@@ -12,8 +12,11 @@
 #include <string>
 #include <vector>
 
+using testsupport::CopyFixture;
 using testsupport::ExeDir;
 using testsupport::ReadFileBytes;
+using testsupport::ScopedCurrentDir;
+using testsupport::ScopedEnv;
 using testsupport::TempDir;
 using testsupport::WriteFileBytes;
 
@@ -140,8 +143,8 @@ using NumSet = std::function<BOOL(CSetupIcf&, long)>;
 // Getters read reads[] in order; every setter writes the last of them (the section current
 // setups write).
 struct Row {
-    const char* name;
-    Kind kind;
+    const char* name = nullptr;
+    Kind kind = Kind::Text;
     std::vector<Src> reads;
     unsigned size = 0;  // result buffer of a text getter
     Rule rule = Rule::FirstNonEmpty;
@@ -160,9 +163,18 @@ struct Row {
     Row& Default(const char* (*query)()) { staticDefault = query; return *this; }
 };
 
+Row Make(const char* name, Kind kind, std::vector<Src> reads)
+{
+    Row row;
+    row.name = name;
+    row.kind = kind;
+    row.reads = std::move(reads);
+    return row;
+}
+
 Row Text(const char* name, TextGet get, TextSet set, unsigned size, std::vector<Src> reads)
 {
-    Row row{name, Kind::Text, std::move(reads)};
+    Row row = Make(name, Kind::Text, std::move(reads));
     row.size = size;
     row.text = std::move(get);
     row.setText = std::move(set);
@@ -171,7 +183,7 @@ Row Text(const char* name, TextGet get, TextSet set, unsigned size, std::vector<
 
 Row Sized(const char* name, SizedGet get, TextSet set, Src read)
 {
-    Row row{name, Kind::Sized, {read}};
+    Row row = Make(name, Kind::Sized, {read});
     row.sized = std::move(get);
     row.setText = std::move(set);
     return row;
@@ -180,7 +192,7 @@ Row Sized(const char* name, SizedGet get, TextSet set, Src read)
 Row Switch(const char* name, NumGet get, NumSet set, std::vector<const char*> sections, const char* key,
            const char* def, Rule rule = Rule::AllOn)
 {
-    Row row{name, Kind::Switch, {}};
+    Row row = Make(name, Kind::Switch, {});
     for (const char* section : sections)
         row.reads.push_back({section, key, def});
     row.rule = rule;
@@ -200,7 +212,7 @@ Row SwitchQ(const char* name, NumGet get, NumSet set, SizedGet query, std::vecto
 
 Row Number(const char* name, NumGet get, NumSet set, std::vector<Src> reads, Form form, Rule rule = Rule::Plain)
 {
-    Row row{name, Kind::Number, std::move(reads)};
+    Row row = Make(name, Kind::Number, std::move(reads));
     row.form = form;
     row.rule = rule;
     row.number = std::move(get);
@@ -322,7 +334,7 @@ const std::vector<Row>& Rows()
         Sqm(TXT(SolmarinRMIPort, SolmarinRMIPort), 260, "RMIPORT", "1098"),
         Sqm(TXT(SolmarinGOSSIPPort, SolmarinGOSSIPPort), 260, "GOSSIPPORT", "5555"),
         Sqm(TXT(SolmarinHost, SolmarinHost), 260, "Host").Default(&CSetupIcf::DefaultSolmarinHost),
-        Sqm(TXT(LocalMDB, LocalMDB), 260, "LOCALMDB", "YES").Default(&CSetupIcf::DefaultLocalMDB),
+        Sqm(TXT(LocalMDB, LocalMDB), 48, "LOCALMDB", "YES").Default(&CSetupIcf::DefaultLocalMDB),
         Sqm(TXT(MDBHost, MDBHost), 48, "MDBHOST").Default(&CSetupIcf::DefaultMDBHost),
         Sqm(TXT(MDBUser, MDBUser), 48, "MDBUSER", "sqmadmin").Default(&CSetupIcf::DefaultMDBUser),
         Sqm(TXT(MDBPassword, MDBPassword), 48, "MDBPASSWORD").Default(&CSetupIcf::DefaultMDBPassword),
@@ -333,8 +345,8 @@ const std::vector<Row>& Rows()
         Sqm(TXT(JourLoc, JourLoc), 260, "DATABASEJOURNALLOC").Default(&CSetupIcf::DefaultJourLoc),
         Sqm(TXT(DumpLoc, DumpLoc), 260, "DATABASEDUMPLOC").Default(&CSetupIcf::DefaultDumpLoc),
         Sqm(TXT(WorkLoc, WorkLoc), 260, "DATABASEWORKLOC").Default(&CSetupIcf::DefaultWorkLoc),
-        Sqm(TXT(LocaleVIG, LocaleVIG), 260, "LOCALEVIG", "YES").Default(&CSetupIcf::DefaultLocaleVIG),
-        Sqm(TXT(RemoteMDBeVIG, RemoteMDBeVIG), 260, "REMOTEMDBEVIG", "NO").Default(&CSetupIcf::DefaultRemoteMDBeVIG),
+        Sqm(TXT(LocaleVIG, LocaleVIG), 48, "LOCALEVIG", "YES").Default(&CSetupIcf::DefaultLocaleVIG),
+        Sqm(TXT(RemoteMDBeVIG, RemoteMDBeVIG), 48, "REMOTEMDBEVIG", "NO").Default(&CSetupIcf::DefaultRemoteMDBeVIG),
         Sqm(TXT(eVIGPass, eVIGPass), 48, "EVIGPASS").Default(&CSetupIcf::DefaulteVIGPass),
         Sqm(TXT(eVIGRemoteHost, eVIGRemoteHost), 260, "EVIGREMOTEHOST").Default(&CSetupIcf::DefaulteVIGRemoteHost),
         // Service account and product domain (the passwords have their own test)
@@ -348,9 +360,9 @@ const std::vector<Row>& Rows()
         Switch(SW(CreateDVDomain, CreateDVDomain), {"QuellmarshDomain", "Base"}, "CreateQuellmarshDomain", "1"),
         Text(TXT(DVDomainName, DVDomainName), 48,
              {{"QuellmarshDomain", "QuellmarshDomainName", ""}, {"Base", "QuellmarshDomainName", ""}}),
-        Text(TXT(PriDVDomainName, PriDVDomainName), 48,
+        Text(TXT(PriDVDomainName, PriDVDomainName), 260,
              {{"QuellmarshDomain", "PrimaryServerName", ""}, {"Base", "PrimaryServerName", ""}}),
-        Text(TXT(SecDVDomainName, SecDVDomainName), 48,
+        Text(TXT(SecDVDomainName, SecDVDomainName), 260,
              {{"QuellmarshDomain", "SecondaryServerName", ""}, {"Base", "SecondaryServerName", ""}}),
         Text(TXT(DVDomainUserName, DVDomainUserName), 48,
              {{"QuellmarshDomain", "QuellmarshDomainUserName", ""}, {"Base", "QuellmarshDomainUserName", ""}}),
@@ -521,8 +533,9 @@ void CheckTextValue(const Row& row, const TempDir& dir, const std::string& missi
         std::string expected = ExpectedText(row, values);
         BOOL result = FALSE;
         EXPECT_EQ(expected, ReadValue(row, icf, &result));
-        if (row.kind == Kind::Sized)
+        if (row.kind == Kind::Sized) {
             EXPECT_EQ(!expected.empty(), result != 0);
+        }
     };
     check("no key");
     const char* distinct[] = {"v-first", "v-second", "v-third"};
@@ -536,8 +549,9 @@ void CheckTextValue(const Row& row, const TempDir& dir, const std::string& missi
         Put(file, row.reads[i].section, row.reads[i].key, values[i] = nullptr);
         check("removed");
     }
-    if (row.staticDefault)
+    if (row.staticDefault) {
         EXPECT_EQ(ExpectedText(row, Present(count, nullptr)), row.staticDefault());
+    }
 
     // The setter writes its one key, and the getter then answers by the same rules.
     const std::string target = NewIcf(dir, std::string(row.name) + "-set");
@@ -826,8 +840,9 @@ TEST(CSetupIcf, BadInputFailsCleanlyAndLongValuesComeBackCut)
     EXPECT_FALSE(icf.GetInt("Extra", "Long", nullptr));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        if (row.setText)
+        if (row.setText) {
             EXPECT_FALSE(row.setText(icf, nullptr));
+        }
         if (row.sized) {
             char buffer[4] = "##";
             EXPECT_FALSE(row.sized(icf, nullptr, 48));
@@ -897,4 +912,149 @@ TEST(CSetupIcf, TheManagementFrameworkSwitchIsAlwaysOffAndNeverWritten)
     EXPECT_EQ(0, none.InstallOVG(1));
     EXPECT_EQ(0, none.InstallOVG());
     EXPECT_FALSE(FileExists(ExeIcf()));
+}
+
+namespace {
+
+// The scrambling library DVDCEN.DLL in a fresh current folder, where the scrambling functions
+// find it (the test program's folder and its parent hold no SETUP.INF).
+class CSetupIcfPasswords : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(CopyFixture("DVDCEN.DLL", m_library / "DVDCEN.DLL"));
+        ASSERT_TRUE(SetCurrentDirectoryA(m_library.path().c_str()));
+    }
+
+    // Password getters in one form: the text, or "<FALSE>" for a failed GetSQLExpPWD.
+    struct Password {
+        const char* name;
+        const char* key;
+        std::vector<const char*> plainSections;
+        std::function<BOOL(CSetupIcf&, const char*)> set;
+        std::function<std::string(CSetupIcf&)> get;
+    };
+    static std::vector<Password> Passwords()
+    {
+        return {
+            {"SystemAccountPassword", "SystemPassword", {"System Account", "SystemAccount"},
+             [](CSetupIcf& f, const char* p) { return f.SystemAccountPassword(p); },
+             [](CSetupIcf& f) { return std::string(f.SystemAccountPassword()); }},
+            {"DVDomainPassword", "QuellmarshDomainPassword", {"QuellmarshDomain"},
+             [](CSetupIcf& f, const char* p) { return f.DVDomainPassword(p); },
+             [](CSetupIcf& f) { return std::string(f.DVDomainPassword()); }},
+            {"SQLExpPWD", "SQLExpSAPWD", {}, [](CSetupIcf& f, const char* p) { return f.SaveSQLExpPWD(p); },
+             [](CSetupIcf& f) {
+                 char buffer[260] = {};
+                 return f.GetSQLExpPWD(buffer, sizeof(buffer)) ? std::string(buffer) : std::string("<FALSE>");
+             }},
+        };
+    }
+
+    // The folders are removed after the current folder has moved back out of them.
+    TempDir m_library;
+    TempDir m_files;
+    ScopedCurrentDir m_keepFolder;
+    ScopedEnv m_noTrace{"DVSET_TRACEFILE", nullptr};
+    ScopedEnv m_noFailure{"DVDCEN_FIXTURE_RESULT", nullptr};
+    ExeIcfGuard m_guard;
+};
+
+bool IsHexText(const std::string& text)
+{
+    return !text.empty() && text.size() % 2 == 0 && text.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
+}  // namespace
+
+TEST_F(CSetupIcfPasswords, BaseHoldsThemScrambledAndOlderSectionsPlainTextWins)
+{
+    for (const Password& password : Passwords()) {
+        SCOPED_TRACE(password.name);
+        const std::string file = NewIcf(m_files, password.name);
+        CSetupIcf icf(file.c_str());
+        EXPECT_EQ("", password.get(icf));
+
+        IniMap before = ParseIni(file);
+        ASSERT_TRUE(password.set(icf, "Pa55 w0rd!"));
+        const std::string first = ParseIni(file)[Entry("Base", password.key)];
+        EXPECT_TRUE(IsHexText(first)) << first;
+        ExpectOnlyWrite(file, before, "Base", password.key, first);
+        EXPECT_EQ("Pa55 w0rd!", password.get(icf));
+        ASSERT_TRUE(password.set(icf, "another"));
+        const std::string second = ParseIni(file)[Entry("Base", password.key)];
+        EXPECT_TRUE(IsHexText(second)) << second;
+        EXPECT_NE(first, second);
+        EXPECT_EQ("another", password.get(icf));
+
+        // Plain text of the sections earlier setups wrote comes first, in their order.
+        const std::vector<const char*>& older = password.plainSections;
+        for (size_t i = 0; i < older.size(); ++i)
+            Put(file, older[i], password.key, ("plain-" + std::to_string(i)).c_str());
+        for (size_t i = 0; i < older.size(); ++i) {
+            EXPECT_EQ("plain-" + std::to_string(i), password.get(icf));
+            Put(file, older[i], password.key, "");
+            EXPECT_EQ(i + 1 < older.size() ? "plain-" + std::to_string(i + 1) : "another", password.get(icf));
+            Put(file, older[i], password.key, nullptr);
+        }
+        if (password.key == std::string("SQLExpSAPWD")) {
+            // The remote server's password is kept scrambled in section "SQLSetup".
+            Put(file, "SQLSetup", "RemoteServerPwd", second.c_str());
+            char buffer[64] = {};
+            EXPECT_TRUE(icf.GetSQLRemoteSerPWD(buffer, sizeof(buffer)));
+            EXPECT_STREQ("another", buffer);
+        }
+    }
+}
+
+TEST_F(CSetupIcfPasswords, GetSQLExpPWDKeepsToTheCallersBuffer)
+{
+    const std::string file = NewIcf(m_files, "sqlexp");
+    CSetupIcf icf(file.c_str());
+    char buffer[16];
+    memset(buffer, '#', sizeof(buffer));
+    EXPECT_TRUE(icf.GetSQLExpPWD(buffer, 8)) << "no password is no failure";
+    EXPECT_EQ(std::string(16, '#'), std::string(buffer, 16));
+
+    ASSERT_TRUE(icf.SaveSQLExpPWD("Secret-1"));
+    EXPECT_FALSE(icf.GetSQLExpPWD(buffer, 8)) << "no room for the terminating zero";
+    EXPECT_EQ(std::string(16, '#'), std::string(buffer, 16));
+    EXPECT_TRUE(icf.GetSQLExpPWD(buffer, 9));
+    EXPECT_EQ(std::string("Secret-1\0#######", 16), std::string(buffer, 16));
+
+    // A scrambled text the library refuses: the whole buffer zeroed, and no more.
+    ScopedEnv refuse("DVDCEN_FIXTURE_RESULT", "13");
+    memset(buffer, '#', sizeof(buffer));
+    EXPECT_FALSE(icf.GetSQLExpPWD(buffer, 12));
+    EXPECT_EQ(std::string(12, '\0') + "####", std::string(buffer, 16));
+
+    CSetupIcf none((m_files / "absent.icf").c_str());
+    EXPECT_FALSE(none.GetSQLExpPWD(buffer, sizeof(buffer)));
+    EXPECT_FALSE(none.GetSQLRemoteSerPWD(buffer, sizeof(buffer)));
+}
+
+TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
+{
+    const std::string file = NewIcf(m_files, "noscrambler");
+    CSetupIcf icf(file.c_str());
+    ASSERT_TRUE(icf.SystemAccountPassword("kept"));
+    ASSERT_TRUE(icf.DVDomainPassword("kept"));
+    ASSERT_TRUE(icf.SaveSQLExpPWD("kept"));
+    const std::string bytes = ReadFileBytes(file);
+
+    ASSERT_TRUE(SetCurrentDirectoryA(m_files.path().c_str()));
+    for (bool libraryThere : {false, true}) {
+        SCOPED_TRACE(libraryThere ? "the library refuses" : "no library");
+        if (libraryThere) {
+            ASSERT_TRUE(SetCurrentDirectoryA(m_library.path().c_str()));
+        }
+        ScopedEnv refuse("DVDCEN_FIXTURE_RESULT", libraryThere ? "13" : nullptr);
+        for (const Password& password : Passwords()) {
+            SCOPED_TRACE(password.name);
+            EXPECT_FALSE(password.set(icf, "changed"));
+            EXPECT_EQ(password.key == std::string("SQLExpSAPWD") ? "<FALSE>" : "", password.get(icf))
+                << "a text that cannot be unscrambled reads as no password";
+        }
+        EXPECT_EQ(bytes, ReadFileBytes(file));
+    }
 }
