@@ -503,10 +503,6 @@ void ForEachCombination(const std::string& file, const Row& row, const Present& 
     }
 }
 
-}  // namespace
-
-namespace {
-
 // A text or sized value as the caller sees it; result is what a sized getter answered.
 std::string ReadValue(const Row& row, CSetupIcf& icf, BOOL* result = nullptr)
 {
