@@ -12,3 +12,7 @@
 #include "SetupInfo.h"
 #include "CSettings.h"
 #include "CTambRegistry.h"
+#include "CSetupIcf.h"
+#include "CComputer.h"
+#include "CSetupInf.h"
+#include "DvSetScramble.h"

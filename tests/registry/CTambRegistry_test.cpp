@@ -124,8 +124,8 @@ TEST_F(CTambRegistryTest, RootStringsAndRecordNameComeFromTheHelperLibraries)
 {
     Install("QWTOOL.DLL");
     Install("BRAND.dll");
-    ScopedEnv brand("QWTOOL_FIXTURE_BRAND", "SOFTWARE\\SetupCLSTest");
-    ScopedEnv root("QWTOOL_FIXTURE_ROOT", kBrandRoot.c_str());
+    ScopedEnv brand("QWTOOL_BRAND_ANSWER", "SOFTWARE\\SetupCLSTest");
+    ScopedEnv root("QWTOOL_ROOT_ANSWER", kBrandRoot.c_str());
     ScopedEnv product("BRAND_FIXTURE_PRODUCT", "VendorAB");
 
     CTambRegistry reg(1);
@@ -141,7 +141,7 @@ TEST_F(CTambRegistryTest, RootStringsAndRecordNameComeFromTheHelperLibraries)
     EXPECT_EQ(std::string::npos, Log().find("QWTOOL")) << Log();
 
     // The static setters follow the last construction.
-    ScopedEnv base("QWTOOL_FIXTURE_BASE", "SOFTWARE\\SetupCLSTest\\Elsewhere");
+    ScopedEnv base("QWTOOL_BASE_ANSWER", "SOFTWARE\\SetupCLSTest\\Elsewhere");
     CTambRegistry again;
     ASSERT_TRUE(CTambRegistry::SetDrosvaneHomeDir("C:\\Vendor\\"));
     EXPECT_EQ("C:\\Vendor\\", RegRead(kView32, "SOFTWARE\\SetupCLSTest\\Elsewhere\\Path", "HOME"));
@@ -216,7 +216,7 @@ TEST_F(CTambRegistryTest, WriteNeedsExactlyWriteAccessAndRunsEveryStep)
 TEST_F(CTambRegistryTest, DirectoryGettersFallBackInTheirOwnOrders)
 {
     Install("QWTOOL.DLL");
-    ScopedEnv root("QWTOOL_FIXTURE_ROOT", kBrandRoot.c_str());
+    ScopedEnv root("QWTOOL_ROOT_ANSWER", kBrandRoot.c_str());
     CTambRegistry brand;  // the product key now differs from the fixed current generation's
 
     const std::string it = "SOFTWARE\\Brannoch\\DrosvaneIT", v115 = "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup",
@@ -330,7 +330,7 @@ TEST_F(CTambRegistryTest, BadInput)
     // Helper texts that fill the whole 260-byte buffer are cut to 259 characters; a machine
     // name too long to be this computer's is another machine.
     Install("QWTOOL.DLL");
-    ScopedEnv root("QWTOOL_FIXTURE_ROOT", ("SOFTWARE\\" + std::string(400, 'r')).c_str());
+    ScopedEnv root("QWTOOL_ROOT_ANSWER", ("SOFTWARE\\" + std::string(400, 'r')).c_str());
     CTambRegistry longRoot(0, std::string(40, 'M').c_str());
     EXPECT_EQ(259u, strlen(CTambRegistry::GetDrosvaneKey()));
     EXPECT_EQ(std::string(250, 'r'), CTambRegistry::m_sDrosvane.str());

@@ -1,0 +1,324 @@
+#include "DvSetScramble.h"
+
+#include "CLog.h"
+#include "CString.h"
+#include "PathRules.h"
+#include "frame/Handles.h"
+#include "frame/ModulePath.h"
+
+#include <io.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+const char kLibraryName[] = "DVDCEN.DLL";
+const char kEncryptEntry[] = "ZOREncrypt_Ex";
+const char kDecryptEntry[] = "ZORDecrypt_Ex";
+const char kInstallerProgram[] = "msiexec";
+const char kSetupInfName[] = "SETUP.INF";
+const char kParentFolder[] = "..\\";
+const char kComponentsSection[] = "Components";
+const char kLibraryFolderKey[] = "EVPKI_LIBCFGPATH";
+const char* const kLibraryVariables[] = {"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"};
+
+const char kInstallSection[] = "INSTALL";
+const char kMethodKey[] = "EM";
+const UINT kTripleDesMethod = 4;
+
+const char kHexDigits[] = "0123456789abcdef";
+
+struct FreeDeleter {
+    void operator()(void* memory) const { free(memory); }
+};
+using MallocBuffer = std::unique_ptr<BYTE[], FreeDeleter>;
+
+// A buffer of at least one byte, so that an empty result still has an address.
+MallocBuffer AllocateBytes(DWORD size)
+{
+    return MallocBuffer(static_cast<BYTE*>(malloc(size ? size : 1)));
+}
+
+// The library never picks a trace file name of its own. The setup program names its trace file
+// in the environment variable DVSET_TRACEFILE, which the installer scripts calling these
+// functions inherit; without it the scrambling calls write no trace.
+void Trace(const char* format, ...)
+{
+    char file[MAX_PATH];
+    DWORD length = GetEnvironmentVariableA(DVSET_TRACE_FILE_VARIABLE, file, sizeof(file));
+    if (length == 0 || length >= sizeof(file))
+        return;
+    char message[512];
+    va_list args;
+    va_start(args, format);
+    int written = vsnprintf(message, sizeof(message), format, args);
+    va_end(args);
+    if (written >= 0)
+        CLog::Write(file, "%s", message);
+}
+
+unsigned int Address(const void* pointer)
+{
+    return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(pointer));
+}
+
+// The folder of the running program, or of this library when the program is the Windows
+// Installer: a setup run inside msiexec has its files beside the library. Empty when Windows
+// does not tell.
+CString SetupFolder()
+{
+    CString program;
+    if (!ModuleFileName(nullptr, program))
+        return CString();
+    if (BaseName(program).CompareNoCase(kInstallerProgram) != 0)
+        return DriveAndFolder(program);
+    HMODULE self = nullptr;
+    if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                            kLibraryName, &self))
+        return CString();
+    CString library;
+    if (!ModuleFileName(self, library))
+        return CString();
+    return DriveAndFolder(library);
+}
+
+// "folder\DVDCEN.DLL", with one back-slash whatever the folder ends in.
+CString LibraryIn(CString folder)
+{
+    TrimTailBackSlash(folder);
+    return folder + "\\" + kLibraryName;
+}
+
+UniqueModule LoadFrom(const CString& path)
+{
+    // The altered search path lets DVDCEN.DLL find the libraries it needs beside itself.
+    return UniqueModule(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+}
+
+bool IsFolder(const CString& path)
+{
+    DWORD attributes = GetFileAttributesA(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// Sets the variable unless it is set already: an administrator's own setting wins.
+bool SetUnlessSet(const char* name, const CString& value)
+{
+    if (GetEnvironmentVariableA(name, nullptr, 0) != 0)
+        return true;
+    return SetEnvironmentVariableA(name, value) != FALSE;
+}
+
+// DVDCEN.DLL in the folder that SETUP.INF names, with the library's environment prepared and its
+// folder made current. SETUP.INF is the setup folder's or, failing that, its parent's; the
+// folder it names is relative to the folder of the SETUP.INF.
+UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
+{
+    CString base = setupFolder;
+    if (_access(base + kSetupInfName, 0) != 0)
+        base += kParentFolder;
+    char name[MAX_PATH + 1];
+    if (GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name),
+                                 base + kSetupInfName) == 0)
+        return UniqueModule();
+    CString folder = base + name;
+    if (!IsFolder(folder))
+        return UniqueModule();
+    for (const char* variable : kLibraryVariables) {
+        if (!SetUnlessSet(variable, folder))
+            return UniqueModule();
+    }
+    CString library;
+    if (!FullPath(LibraryIn(folder), MAX_PATH, library))
+        return UniqueModule();
+    UniqueModule module = LoadFrom(library);
+    // The library reads its own files relative to the current folder.
+    if (module && !SetCurrentDirectoryA(folder))
+        module.reset();
+    return module;
+}
+
+UniqueModule LoadFromCurrentFolder()
+{
+    char folder[MAX_PATH];
+    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
+    if (length == 0 || length >= sizeof(folder))
+        return UniqueModule();
+    return LoadFrom(LibraryIn(folder));
+}
+
+UniqueModule LoadScrambleLibrary()
+{
+    CString setupFolder = SetupFolder();
+    UniqueModule module;
+    if (!setupFolder.IsEmpty())
+        module = LoadFromConfiguredFolder(setupFolder);
+    if (!module)
+        module = LoadFromCurrentFolder();
+    if (!module && !setupFolder.IsEmpty())
+        module = LoadFrom(setupFolder + kLibraryName);
+    return module;
+}
+
+// Loads DVDCEN.DLL into module and looks up one of its entry points: the one load path of both
+// directions.
+template <typename Entry>
+int FindEntry(UniqueModule& module, const char* name, Entry& entry)
+{
+    module = LoadScrambleLibrary();
+    if (!module)
+        return ERROR_MOD_NOT_FOUND;
+    entry = reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module.get(), name)));
+    return entry ? ERROR_SUCCESS : ERROR_PROC_NOT_FOUND;
+}
+
+bool ValidArguments(const void* inData, DWORD inLength, const void* outData, const DWORD* outLength)
+{
+    return (inData || inLength == 0) && outData && outLength;
+}
+
+// The library is asked for the size of its output first; its output then goes to a buffer of
+// that size and is copied to the caller only when it fits.
+int Scramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
+{
+    if (!ValidArguments(inData, inLength, outData, outLength))
+        return ERROR_INVALID_PARAMETER;
+    UniqueModule module;
+    DvDcenEncryptEx encrypt = nullptr;
+    if (int error = FindEntry(module, kEncryptEntry, encrypt))
+        return error;
+
+    BYTE* sizeQuery = nullptr;
+    DWORD maxOutLength = 0;
+    if (int result = encrypt(inData, inLength, &sizeQuery, &maxOutLength))
+        return result;
+    MallocBuffer buffer = AllocateBytes(maxOutLength);
+    if (!buffer)
+        return ERROR_NOT_ENOUGH_MEMORY;
+    Trace("pOutData=%x maxoutLen=%d", Address(buffer.get()), static_cast<int>(maxOutLength));
+
+    BYTE* scrambled = buffer.get();
+    DWORD scrambledLength = maxOutLength;
+    int result = encrypt(inData, inLength, &scrambled, &scrambledLength);
+    Trace("pInData=%x IndataLen=%d *pOutData=%x *pOutDataBufSize=%d", Address(inData), static_cast<int>(inLength),
+          Address(scrambled), static_cast<int>(scrambledLength));
+    if (result != 0)
+        return result;
+    if (scrambled != buffer.get() || scrambledLength > maxOutLength)
+        return ERROR_INVALID_DATA;
+    if (scrambledLength > *outLength)
+        return ERROR_INSUFFICIENT_BUFFER;
+    memcpy(outData, buffer.get(), scrambledLength);
+    *outLength = scrambledLength;
+    return ERROR_SUCCESS;
+}
+
+int Unscramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
+{
+    if (!ValidArguments(inData, inLength, outData, outLength))
+        return ERROR_INVALID_PARAMETER;
+    UniqueModule module;
+    DvDcenDecryptEx decrypt = nullptr;
+    if (int error = FindEntry(module, kDecryptEntry, decrypt))
+        return error;
+    DWORD length = *outLength;
+    if (int result = decrypt(inData, inLength, outData, &length))
+        return result;
+    if (length > *outLength)
+        return ERROR_INSUFFICIENT_BUFFER;
+    *outLength = length;
+    return ERROR_SUCCESS;
+}
+
+int ScrambleToText(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)
+{
+    if (!text || !textLength)
+        return ERROR_INVALID_PARAMETER;
+    *textLength = DVSET_NUMSTR_TEXT_SIZE;
+    BYTE bytes[DVSET_NUMSTR_TEXT_SIZE / 2];
+    DWORD count = sizeof(bytes);
+    if (int result = Scramble(inData, inLength, bytes, &count))
+        return result;
+    for (DWORD i = 0; i < count; ++i) {
+        text[2 * i] = kHexDigits[bytes[i] >> 4];
+        text[2 * i + 1] = kHexDigits[bytes[i] & 0x0F];
+    }
+    if (2 * count < DVSET_NUMSTR_TEXT_SIZE)
+        text[2 * count] = '\0';
+    *textLength = 2 * count;
+    return ERROR_SUCCESS;
+}
+
+int HexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    if (digit >= 'a' && digit <= 'f')
+        return digit - 'a' + 10;
+    if (digit >= 'A' && digit <= 'F')
+        return digit - 'A' + 10;
+    return -1;
+}
+
+int UnscrambleText(const char* text, DWORD textLength, BYTE* outData, DWORD* outLength)
+{
+    if (!text && textLength != 0)
+        return ERROR_INVALID_PARAMETER;
+    DWORD count = textLength / 2;
+    MallocBuffer bytes = AllocateBytes(count);
+    if (!bytes)
+        return ERROR_NOT_ENOUGH_MEMORY;
+    for (DWORD i = 0; i < count; ++i) {
+        int high = HexValue(text[2 * i]);
+        int low = HexValue(text[2 * i + 1]);
+        if (high < 0 || low < 0)
+            return ERROR_INVALID_DATA;
+        bytes[i] = static_cast<BYTE>(high << 4 | low);
+    }
+    return Unscramble(bytes.get(), count, outData, outLength);
+}
+
+// The only exception inside is std::bad_alloc from a path string; it never leaves the library.
+template <typename Call>
+int WithoutThrow(Call call)
+{
+    try {
+        return call();
+    } catch (...) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+}
+
+}  // namespace
+
+SETUPCLS_C int WINAPI DVSET_ZOREncrypt(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
+{
+    return WithoutThrow([&] { return Scramble(inData, inLength, outData, outLength); });
+}
+
+SETUPCLS_C int WINAPI DVSET_ZORDecrypt(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
+{
+    return WithoutThrow([&] { return Unscramble(inData, inLength, outData, outLength); });
+}
+
+SETUPCLS_C int WINAPI DVSET_ZOREncrypt_NUMSTR(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)
+{
+    return WithoutThrow([&] { return ScrambleToText(inData, inLength, text, textLength); });
+}
+
+SETUPCLS_C int WINAPI DVSET_ZORDecrypt_NUMSTR(const char* text, DWORD textLength, BYTE* outData, DWORD* outLength)
+{
+    return WithoutThrow([&] { return UnscrambleText(text, textLength, outData, outLength); });
+}
+
+SETUPCLS_C int WINAPI DVSET_Is3DESEncrypt(const char* file)
+{
+    if (!file || file[0] == '\0')
+        return 0;
+    return GetPrivateProfileIntA(kInstallSection, kMethodKey, 0, file) == kTripleDesMethod ? 1 : 0;
+}

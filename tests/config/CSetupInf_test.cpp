@@ -1,0 +1,181 @@
+#include "CSetupInf.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+using namespace testsupport;
+
+namespace {
+
+const char kMedium[] =
+    "[Components]\r\nDataMigration=1\r\nOVGFrameWork=1\r\nOVGFrameWorkSetupFileName=ovg\\ovgsetup.exe\r\n"
+    "BN_IE5InstallFileName=ie5\\ie5setup.exe\r\nConfigFile=..\\config\\setup.cfg\r\nMSISetup=Drosvane.msi\r\n"
+    "MSMSetup=msm\\core.msm\r\nSQL2005EInstFileName=sql\\SQLEXPR.EXE\r\n"
+    "[Support]\r\nProductName=Drosvane Backup\r\nSetupFileName=setup.exe\r\n"
+    "[Setup]\r\nProductType=3\r\nProdSubType=5\r\n[BuildNumber]\r\nBetaUpgVer=70000\r\n";
+
+// Each text getter and its result: a path under the test folder, or as written after a '='.
+const struct {
+    const char* (CSetupInf::*getter)();
+    const char* expected;
+} kTexts[] = {
+    {&CSetupInf::GetOVGFWSetupFileName, "=ovg\\ovgsetup.exe"}, {&CSetupInf::GetIE5InstallFileName, "media\\ie5\\ie5setup.exe"},
+    {&CSetupInf::GetConfigFileName, "config\\setup.cfg"},     {&CSetupInf::GetMsiFileName, "media\\Drosvane.msi"},
+    {&CSetupInf::GetMsmFileName, "media\\msm\\core.msm"},     {&CSetupInf::GetSQL2005EInstFileName, "media\\sql\\SQLEXPR.EXE"},
+    {&CSetupInf::GetSetupProductName, "=Drosvane Backup"},    {&CSetupInf::GetSetupFileName, "=setup.exe"},
+};
+
+std::string CurrentFolder()
+{
+    char folder[MAX_PATH] = {};
+    GetCurrentDirectoryA(MAX_PATH, folder);
+    return folder;
+}
+
+// The medium is TEMP\media\SETUP.INF. The folder is removed after the current folder moved back.
+class SetupInf : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(CreateDirectoryA((m_dir / "media").c_str(), nullptr));
+        ASSERT_TRUE(WriteFileBytes(m_file, kMedium));
+    }
+
+    void ExpectTexts(CSetupInf& inf)
+    {
+        for (const auto& c : kTexts) {
+            std::string expected = c.expected[0] == '=' ? c.expected + 1 : m_dir / c.expected;
+            EXPECT_EQ(expected, (inf.*c.getter)());
+        }
+    }
+
+    void Write(const char* section, const char* key, const char* value)
+    {
+        ASSERT_TRUE(WritePrivateProfileStringA(section, key, value, m_file.c_str()));
+    }
+
+    TempDir m_dir;
+    ScopedCurrentDir m_keepFolder;
+    const std::string m_file = m_dir / "media\\SETUP.INF";
+};
+
+}  // namespace
+
+TEST_F(SetupInf, ReadsTheMediumAndResolvesItsFileNamesFromItsFolder)
+{
+    CSetupInf inf;  // moves to the program's folder
+    ASSERT_TRUE(SetCurrentDirectoryA(m_dir.path().c_str()));
+    EXPECT_TRUE(inf.SetDRVsetupINFName("media\\SETUP.INF"));  // relative to the current folder
+    EXPECT_EQ(m_dir / "media", CurrentFolder());
+    ExpectTexts(inf);
+    EXPECT_EQ(1, inf.IsHSMAvailable());
+    EXPECT_EQ(1, inf.IsOVGFWAvailable());
+    EXPECT_EQ(3, inf.GetProductType());
+    EXPECT_EQ(5, inf.GetProductSubType());
+    unsigned short version = 1;
+    EXPECT_TRUE(inf.GetBetaUpgVer(version));
+    EXPECT_EQ(4464, version);  // 70000 cut to 16 bits
+}
+
+// Build ranges are read from their first nine characters; a subtype outside 0 to 5 is -1.
+TEST_F(SetupInf, NumbersFollowTheirRules)
+{
+    const struct {
+        const char* entry;  // null: no entry
+        int low, high;
+        BOOL result;
+    } ranges[] = {{",8000", 0, 8000, TRUE},      {"8347", 8347, 8347, TRUE},  {"0", 0, 0, FALSE},
+                  {"7000,8347", 7000, 8347, TRUE}, {"-5,8000", -5, 8000, FALSE}, {"8000,", 8000, 0, FALSE},
+                  {nullptr, 0, 0, FALSE},          {"1234567890123", 123456789, 123456789, TRUE},
+                  {"12345,678901", 12345, 678, TRUE}};
+    CSetupInf inf;
+    inf.SetDRVsetupINFName(m_file.c_str());
+    for (const auto& c : ranges) {
+        SCOPED_TRACE(c.entry ? c.entry : "no entry");
+        Write("BuildNumber", "Update", c.entry);
+        int low = -99, high = -99;
+        EXPECT_EQ(c.result, inf.GetUpdateBuildNoRange("Update", &low, &high));
+        EXPECT_EQ(c.low, low);
+        EXPECT_EQ(c.high, high);
+    }
+    const std::pair<const char*, int> subTypes[] = {{"0", 0}, {"5", 5}, {"6", -1}, {"99", -1}, {nullptr, -1}};
+    for (const auto& c : subTypes) {
+        Write("Setup", "ProdSubType", c.first);
+        EXPECT_EQ(c.second, inf.GetProductSubType()) << (c.first ? c.first : "no entry");
+    }
+    Write("Setup", "ProductType", nullptr);
+    EXPECT_EQ(-1, inf.GetProductType());
+}
+
+// Without the file, or with an empty entry, the text getters keep their last results and the
+// component switches their last values; type and subtype are 0. Copies keep all of it.
+TEST_F(SetupInf, MissingFileKeepsTheLastResultsAndCopiesKeepTheirFile)
+{
+    CSetupInf inf;
+    inf.SetDRVsetupINFName(m_file.c_str());
+    ExpectTexts(inf);
+    EXPECT_TRUE(inf.IsHSMAvailable() && inf.IsOVGFWAvailable());
+    CSetupInf copy = inf;
+
+    inf.SetDRVsetupINFName((m_dir / "gone\\SETUP.INF").c_str());
+    Write("Components", "DataMigration", "0");
+    ExpectTexts(inf);
+    EXPECT_TRUE(inf.IsHSMAvailable() && inf.IsOVGFWAvailable());
+    EXPECT_EQ(0, inf.GetProductType());
+    EXPECT_EQ(0, inf.GetProductSubType());
+
+    EXPECT_FALSE(copy.IsHSMAvailable());  // still reads the medium
+    CSetupInf moved = std::move(copy);
+    EXPECT_EQ(3, moved.GetProductType());
+    Write("Support", "ProductName", "");
+    EXPECT_STREQ("Drosvane Backup", moved.GetSetupProductName());
+}
+
+TEST_F(SetupInf, DefaultFileIsBesideTheProgram)
+{
+    const std::string beside = ExeDir() + "SETUP.INF";
+    ASSERT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(beside.c_str())) << "left over by an earlier run";
+    ASSERT_TRUE(WriteFileBytes(beside, "[Setup]\r\nProductType=7\r\n"));
+    std::unique_ptr<const char, decltype(&DeleteFileA)> remove(beside.c_str(), &DeleteFileA);
+
+    CSetupInf inf;
+    EXPECT_EQ(7, inf.GetProductType());
+    EXPECT_EQ(ExeDir(), CurrentFolder() + "\\");
+    for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+        inf.SetDRVsetupINFName(m_file.c_str());
+        EXPECT_EQ(3, inf.GetProductType());
+        inf.SetDRVsetupINFName(none);
+        EXPECT_EQ(7, inf.GetProductType());
+    }
+}
+
+// Texts longer than their buffers are cut; a file name whose absolute form does not fit is not
+// taken; null arguments and absurd paths are refused without harm.
+TEST_F(SetupInf, OverlongAndNullInputIsCutOrRefused)
+{
+    const std::string longText(300, 'x');
+    Write("Support", "ProductName", longText.c_str());
+    Write("Support", "SetupFileName", longText.c_str());
+    Write("Components", "OVGFrameWorkSetupFileName", longText.c_str());
+    Write("Components", "MSISetup", longText.substr(0, 258).c_str());
+    CSetupInf inf;
+    inf.SetDRVsetupINFName(m_file.c_str());
+    EXPECT_EQ(longText.substr(0, 254), inf.GetSetupProductName());
+    EXPECT_EQ(longText.substr(0, 260), inf.GetSetupFileName());
+    EXPECT_EQ(longText.substr(0, 260), inf.GetOVGFWSetupFileName());
+    EXPECT_STREQ("", inf.GetMsiFileName());
+
+    int low = 1, high = 1;
+    EXPECT_FALSE(inf.GetUpdateBuildNoRange(nullptr, &low, &high));
+    EXPECT_FALSE(inf.GetUpdateBuildNoRange("", &low, &high));
+    EXPECT_FALSE(inf.GetUpdateBuildNoRange("Update", nullptr, &high));
+    EXPECT_TRUE(inf.SetDRVsetupINFName((std::string(2000, 'p') + "\\SETUP.INF").c_str()));
+    EXPECT_EQ(0, inf.GetProductType());
+    unsigned short version = 1;
+    EXPECT_FALSE(inf.GetBetaUpgVer(version));
+    EXPECT_EQ(0, version);
+}
