@@ -31,7 +31,11 @@ public:
     // Copies the record (null: defaults only); uninstall is the uninstall-mode flag.
     CSettings(tagSETUP_INFO* info, int uninstall);
 
-    // Fills what the machine, SETUP.INF and SETUP.ICF say. Provided by the configuration reader.
+    // Fills what the machine, the medium's SETUP.INF and the answer file (the batch file) say:
+    // the product's name, the registered owner, the found-on-machine flags, the current paths
+    // and, from them, the chosen paths, the medium's capabilities and, in batch operation, the
+    // answer file's choices. Every step runs; a failed one is a TAB-led line in the log file.
+    // 1 when every step succeeded. The current folder is the same after the call as before.
     int Initialize();
 
     // From the record.
