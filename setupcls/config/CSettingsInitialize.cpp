@@ -135,8 +135,11 @@ CString DefaultProductFolder()
         folder = programs;
     else
         folder.Format("%c:\\Program Files", CComputer::FindFirstHardDrive());
-    CString maker(CTambRegistry::m_sTamberlyKey);
-    maker = maker.Mid(maker.ReverseFind('\\') + 1);
+    const CString& makerKey = CTambRegistry::m_sTamberlyKey;
+    int split = makerKey.GetLength();
+    while (split > 0 && !IsRealBackSlash(makerKey, split - 1))  // a double-byte name stays whole
+        --split;
+    CString maker = makerKey.Mid(split);
     AppendBackSlash(folder);
     folder += maker + "\\" + CTambRegistry::m_sDrosvane;
     AppendBackSlash(folder);
@@ -285,6 +288,7 @@ bool ReadMedium(CSettings& settings, const CString& medium, const CLog& log)
     return found;
 }
 
+// Without a host named there, the remote state stays as the setup program set it.
 void ReadHostFile(CSettings& settings, const CString& medium)
 {
     if (medium.IsEmpty())  // a bare file name would be looked for in the Windows folder
