@@ -4,6 +4,7 @@
 #pragma once
 
 #include <windows.h>
+#include <lm.h>
 
 #include <utility>
 
@@ -72,6 +73,7 @@ inline void CloseObject(HANDLE handle) { CloseHandle(handle); }
 inline void CloseFind(HANDLE handle) { FindClose(handle); }
 inline void CloseModule(HMODULE module) { FreeLibrary(module); }
 inline void FreeLocal(HLOCAL memory) { LocalFree(memory); }
+inline void FreeNetBuffer(LPBYTE buffer) { NetApiBufferFree(buffer); }
 
 }  // namespace handle_detail
 
@@ -79,5 +81,7 @@ using UniqueKey = UniqueAny<handle_detail::NullInvalid<HKEY, handle_detail::Clos
 using UniqueHandle = UniqueAny<handle_detail::NullInvalid<HANDLE, handle_detail::CloseObject>>;
 using UniqueModule = UniqueAny<handle_detail::NullInvalid<HMODULE, handle_detail::CloseModule>>;
 using UniqueLocal = UniqueAny<handle_detail::NullInvalid<HLOCAL, handle_detail::FreeLocal>>;
+// A buffer that a network management call (NetWkstaGetInfo, NetServerGetInfo...) returned.
+using UniqueNetBuffer = UniqueAny<handle_detail::NullInvalid<LPBYTE, handle_detail::FreeNetBuffer>>;
 using UniqueFile = UniqueAny<handle_detail::MinusOneInvalid<handle_detail::CloseObject>>;
 using UniqueFind = UniqueAny<handle_detail::MinusOneInvalid<handle_detail::CloseFind>>;

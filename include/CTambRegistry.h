@@ -1,0 +1,316 @@
+// CTambRegistry: the product's registry layout and everything setup reads from or writes to it.
+//
+// Layout under HKEY_LOCAL_MACHINE (current generation, default root):
+//   SOFTWARE\Brannoch\BN Drosvane Backup\Base\Path        HOME, DATABASE, LOG, TEMP   REG_SZ
+//   ...\Base\User                                          Name, Org                   REG_SZ
+//   ...\Base\Components                                    MANAGER, SERVER, ADMIN      REG_DWORD
+//   ...\Base\Database                                      DatabaseType                REG_DWORD
+//   ...\Base\SNMP                                          Pathname                    REG_SZ
+//   SOFTWARE\Brannoch\BN Drosvane Backup\Products          one record a product        REG_BINARY (49)
+//   SOFTWARE\Brannoch\BN Drosvane Backup\ClientAgent\Common  Path                      REG_SZ
+//
+// The maker key, the product key and its Base key come from the account tool library
+// QWTOOL.DLL when it is present (the brand decides them); they and the texts derived from them
+// are process-wide and rewritten by every construction. The static setters and getters use what
+// the last construction left; before any construction they hold the defaults above.
+//
+// SetupCLS.dll is a 32-bit module: its HKEY_LOCAL_MACHINE\SOFTWARE is the 32-bit view
+// (SOFTWARE\Wow6432Node on a 64-bit system), which is where the product's 32-bit installers
+// have always written. Reading falls back to the fixed keys of earlier releases so that an
+// upgrade finds an earlier installation.
+//
+// Static operations work on the local HKEY_LOCAL_MACHINE (the getters on a root key given by
+// the caller, null meaning HKEY_LOCAL_MACHINE) and answer 1 for success, 0 for failure. An
+// object adds a cache of the values read, the installation settings it was built from, and
+// optionally a connection to another machine's registry, which only the object getters use.
+#pragma once
+
+#include "CSettings.h"
+#include "CString.h"
+
+#include <cstddef>
+#include <memory>
+
+// The product record, stored as a REG_BINARY value of exactly 49 bytes named after the product.
+#pragma pack(push, 1)
+struct tagProductStruct {
+    unsigned long dwProductCode;
+    unsigned char reserved1[4];
+    unsigned short wVersionNumber;  // major in the high byte, minor in the low byte
+    unsigned short wBuildNumber;
+    char chSubType;
+    unsigned char reserved2[3];
+    unsigned long dwUserLevel;
+    unsigned char reserved3[29];
+};
+#pragma pack(pop)
+
+static_assert(sizeof(tagProductStruct) == 49, "tagProductStruct is 49 bytes");
+static_assert(offsetof(tagProductStruct, dwProductCode) == 0, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, reserved1) == 4, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, wVersionNumber) == 8, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, wBuildNumber) == 10, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, chSubType) == 12, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, reserved2) == 13, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, dwUserLevel) == 16, "tagProductStruct layout");
+static_assert(offsetof(tagProductStruct, reserved3) == 20, "tagProductStruct layout");
+
+class SETUPCLS_API CTambRegistry {
+public:
+    // ---- Root strings: filled by every construction (see above). ----
+    static CString m_sTamberlyKey;        // maker key, "SOFTWARE\Brannoch"
+    static CString m_sDrosvaneKey;        // product key, "SOFTWARE\Brannoch\BN Drosvane Backup"
+    static CString m_sDrosvaneBaseKey;    // product key + "\Base"
+    static CString m_sProductsKey;        // product key + "\Products"
+    static CString m_sAgentKey;           // product key + "\ClientAgent\Common"
+    static CString m_sDrosvane;           // last component of the product key
+    static CString m_sQuellmarshProdKey;  // last component of the Products key's parent
+    static CString m_sProductDrosvane;    // value name of the product's own record
+
+    // ---- Sub keys and value names of the product key. ----
+    static const char* const m_sPathSubKey;
+    static const char* const m_sComponentsSubKey;
+    static const char* const m_sUserSubKey;
+    static const char* const m_sDatabaseSubKey;
+    static const char* const m_sSNMPSubKey;
+    static const char* const m_sDomainSubKey;
+    static const char* const m_sOldComponentsSubKey;
+    static const char* const m_sOldPathSubKey;
+    static const char* const m_sHome;
+    static const char* const m_sDatabase;
+    static const char* const m_sLog;
+    static const char* const m_sTemp;
+    static const char* const m_sManager;
+    static const char* const m_sServer;
+    static const char* const m_sAdmin;
+    static const char* const m_sPatron;
+    static const char* const m_sCPManager;
+    static const char* const m_sDRWiz;
+    static const char* const m_sSANWiz;
+    static const char* const m_sRegisteredName;
+    static const char* const m_sRegisteredOrg;
+    static const char* const m_sDatabaseType;
+    static const char* const m_sPathname;
+    static const char* const m_sPath;
+    static const char* const m_sProducts;
+    static const char* const m_sOldProducts;
+    static const char* const m_sSoftwareKey;
+    static const char* const m_sTamberly;
+    static const char* const m_sMicrosoftKey;
+    static const char* const m_sRegisteredOwner;
+    static const char* const m_sRegisteredOrganization;
+
+    // ---- Key generations of earlier releases, still read. ----
+    // 11.5
+    static const char* const m_sZOR115Key;
+    static const char* const m_sZOR115BaseKey;
+    static const char* const m_sZOR115ProductsKey;
+    static const char* const m_sZOR115AgentKey;
+    static const char* const m_sProductZOR115;
+    // The current generation at its fixed default place, whatever the brand says.
+    static const char* const m_sZORKey;
+    static const char* const m_sZORBaseKey;
+    static const char* const m_sZORProductsKey;
+    static const char* const m_sZORAgentKey;
+    static const char* const m_sProductZOR;
+    // Enterprise.
+    static const char* const m_sZULKey;
+    static const char* const m_sZULBaseKey;
+    static const char* const m_sZULProductsKey;
+    static const char* const m_sZULAgentKey;
+    static const char* const m_sProductZUL;
+    // IT.
+    static const char* const m_sOldDrosvaneITKey;
+    static const char* const m_sOldDrosvaneBaseKeyDrosvane;
+    static const char* const m_sOldDrosvaneITProductsKey;
+    static const char* const m_sOldDrosvaneITAgentKey;
+    static const char* const m_sProductDrosvaneOld;
+    // Oldest, under the former maker's key.
+    static const char* const m_sOldDrosvaneKey;
+    static const char* const m_sOldDrosvaneBaseKey;
+    static const char* const m_sOldProductsKey;
+    static const char* const m_sOldAgentKey;
+    static const char* const m_sProductOmnivale125;
+    static const char* const m_sOldDSAgentProductsKey;
+    // The enterprise product of a still earlier naming.
+    static const char* const m_sQuellmarshEnterpriseKey;
+    static const char* const m_sQuellmarshEnterpriseBaseKey;
+    static const char* const m_sQuellmarshEnterpriseProductsKey;
+    // The patch manager keeps its own record, "PM".
+    static const char* const m_sPatchManagerProductsKey;
+    static const char* const m_sPatchManagerProduct;
+    // The alert component (read by Read).
+    static const char* const m_sAlertKey;
+    static const char* const m_sOldAlertKey;
+    static const char* const m_sCurrentBuildNumber;
+    // Root names.
+    static const char* const m_sZOR115RootKey;
+    static const char* const m_sZORRootKey;
+    static const char* const m_sKestrixRootKey;
+    static const char* const m_sDrosvaneITRootKey;
+    static const char* const m_sDrosvaneOld;
+    static const char* const m_sOldTamberlyKey;
+    static const char* const m_sOldDrosvaneMakerKey;
+    // Product record names of the two editions.
+    static const char* const m_sEditionAB;
+    static const char* const m_sEditionEB;
+
+    // ---- Construction. ----
+    // read != 0 calls Read. machine: another computer whose registry the object getters read;
+    // null, empty or the local name (in any case) mean this computer.
+    explicit CTambRegistry(int read = 0, const char* machine = nullptr);
+    // Keeps a copy of the settings, allows writing; write != 0 calls Write. With write == 0 the
+    // product's record name is taken from the settings' product sub type.
+    CTambRegistry(const CSettings& settings, int write = 0, const char* machine = nullptr);
+    CTambRegistry(const CTambRegistry& other);
+    CTambRegistry& operator=(const CTambRegistry& other);
+    ~CTambRegistry();
+
+    // Fills the cache from the registry; always 1.
+    int Read();
+    // Writes the installation from the settings; 1 only when every step succeeded.
+    int Write();
+
+    // ---- Object getters: refresh the cache through the object's registry root and return it;
+    // a value that cannot be read leaves the cached one. ----
+    const char* GetRegisteredOwner();
+    const char* GetRegisteredOrganization();
+    const char* GetDrosvaneHomeDir();
+    const char* GetDrosvaneDBDir();
+    const char* GetDrosvaneLogDir();
+    const char* GetDrosvaneTempDir();
+    const char* GetAlertHomeDir();
+    const char* GetClientAgentHomeDir();
+    unsigned long GetDrosvaneUserLevel();
+    unsigned long GetDrosvaneProductCode();
+    unsigned short GetDrosvaneVersionNumber();
+    unsigned short GetDrosvaneBuildNumber();
+    unsigned char GetDrosvaneSubType();
+    unsigned short GetAlertBuildNumber();
+    const tagProductStruct* GetDrosvaneProductInfo();
+    int IsDrosvaneInstalled();
+    unsigned long AccessMode() const { return m_dwAccess; }
+    const char* MachineName() const { return m_sMachine; }
+
+    // ---- Object setters: values from the settings; 0 unless the object may write. ----
+    int SetDrosvaneHomeDir();    // product path
+    int SetDrosvaneDBDir();      // product path + "DATABASE"
+    int SetDrosvaneLogDir();     // product path + "LOG"
+    int SetDrosvaneTempDir();    // product path + "TEMP"
+    int SetClientAgentHomeDir(); // client agent path
+    int SetDrosvaneUser();       // registered user
+    int SetDrosvaneCompany();    // registered company
+    int SetDrosvaneManager();
+    int SetDrosvaneServer();
+    int SetDrosvaneAdmin();
+    int SetDrosvaneDatabase();   // database type
+
+    // ---- Static setters: create the key under the local HKEY_LOCAL_MACHINE, write one value.
+    static int SetDrosvaneHomeDir(const char* dir);
+    static int SetDrosvaneDBDir(const char* dir);
+    static int SetDrosvaneLogDir(const char* dir);
+    static int SetDrosvaneTempDir(const char* dir);
+    static int SetDrosvaneUser(const char* user);
+    static int SetDrosvaneCompany(const char* company);
+    static int SetDrosvaneManager(int on);
+    static int SetDrosvaneServer(int on);
+    static int SetDrosvaneAdmin(int on);
+    static int SetDrosvaneDatabase(int type);
+    static int SetAgentHomeDir(const char* dir);
+
+    // ---- Static getters. size: in, the buffer's bytes; out, the bytes read with the NUL. The
+    // buffer is emptied first; 1 when a value was found. A value too long for the buffer stops
+    // the search: 0, empty buffer, size set to the bytes needed. ----
+    static int GetDrosvaneHomeDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetDrosvaneDBDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetDrosvaneLogDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetDrosvaneTempDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetAgentHomeDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetAlertHomeDir(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetRegisteredOwner(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetRegisteredOrganization(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetAlertBuildNumber(unsigned short* build, HKEY root = nullptr);
+    // HOME of the current generation at its fixed place, natural view first, then the
+    // Wow6432Node path; the registry status of the last attempt.
+    static long GetTalvikDrosvane_LocalHomeDir(char* buffer, unsigned long& size);
+
+    // ---- Product records. The record is zeroed first; 1 when a 49-byte record was read. ----
+    // The product's own record, through the key generations.
+    static int GetDrosvaneProductInfo(tagProductStruct* record, HKEY root = nullptr);
+    // Any product's record by name, each Products key tried in its Wow6432Node path first.
+    static int GetProductInfo(const char* name, tagProductStruct* record, HKEY root = nullptr);
+    static unsigned long GetProductCode(const char* name);      // 0 when not found
+    static unsigned short GetVersionNumber(const char* name);   // 0 when not found
+    static unsigned short GetBuildNumber(const char* name);     // 0 when not found
+    static unsigned char GetSubType(const char* name);          // 0 when not found
+    static int IsProductInstalled(const char* name);
+    static int IsProductInstalled(const char* name, HKEY root);
+
+    // "A\B\C" -> "A\Wow6432Node\B\C"; "A" -> "A\Wow6432Node"; empty stays empty.
+    static CString Wow6432Node(CString key);
+
+    // ---- The key texts. Root-derived ones are valid until the next construction. ----
+    static const char* GetDrosvaneBaseKey();
+    static const char* GetDrosvaneKey();
+    static const char* GetDrosvaneITRootKey();
+    static const char* GetZOR115RootKey();
+    static const char* GetZORRootKey();
+    static const char* GetQuellmarshProdKey();      // the Products key
+    static const char* GetQuellmarshProdName();     // the product's record name
+    static const char* GetQuellmarshProdRootKey();  // the product root's own name
+    static const char* GetKestrixRootKey();
+    static const char* OldDrosvaneBaseKey();
+    static const char* OldDrosvaneKey();
+    static const char* OldAgentKey();
+    static const char* OldTamberlyKey();
+    static const char* OldProductsKey();
+
+private:
+    // The connection to another machine's registry, shared by the copies of an object and
+    // released with the last of them.
+    struct RemoteRoot;
+
+    void Construct(const char* machine, int batch);
+    void LoadRootStrings();
+    void LoadProductName(int batch);
+    void ConnectRoot(const char* machine);
+    bool MayWrite() const;
+    void Trace(const char* format, const char* text) const;
+    const char* Refresh(CString& cache, int (*getter)(char*, unsigned long&, HKEY));
+    bool RefreshProduct(tagProductStruct& record) const;
+
+    // Steps of Write that registrations of other kinds (environment, installed-products list,
+    // shell extension, SNMP agent, system account) perform; this build does not write them.
+    int WriteEnvironmentVariables();
+    int WriteCatalogPathVariable();
+    int WriteInstalledProductsEntry();
+    int WriteShellExtension();
+    int WriteSNMPKey();
+    int CreateSystemAccount();
+    int NotWrittenByThisBuild(const char* step) const;
+
+    unsigned long m_dwAccess;
+    CString m_sRegOrganization;
+    CString m_sRegOwner;
+    CString m_sHomeDir;
+    CString m_sDBDir;
+    CString m_sLogDir;
+    CString m_sTempDir;
+    CString m_sAlertHomeDir;
+    CString m_sClientAgentHomeDir;
+    unsigned long m_dwUserLevel;
+    unsigned long m_dwProductCode;
+    unsigned short m_wVersionNumber;
+    unsigned short m_wBuildNumber;
+    unsigned long m_dwReserved;
+    unsigned short m_wReserved1;
+    unsigned short m_wReserved2;
+    unsigned short m_wAlertBuildNumber;
+    CSettings m_settings;
+    HKEY m_hRoot;  // null when another machine's registry could not be reached
+    tagProductStruct m_product;
+    unsigned char m_bySubType;
+    unsigned char m_byFlag;
+    CString m_sMachine;
+    std::shared_ptr<RemoteRoot> m_remote;
+};

@@ -1,0 +1,478 @@
+// CTambRegistry objects: construction (root strings, product record name, registry root),
+// copies, Read, Write, and the per-object getters and setters.
+#include "CTambRegistry.h"
+
+#include "CLog.h"
+#include "PathRules.h"
+#include "registry/RegistryAccess.h"
+
+#include <winnetwk.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+// The account tool library and the brand library each answer one text into a caller's buffer
+// of kHelperText bytes; a text that fills the buffer is cut to leave room for its NUL.
+//   QWTOOL.DLL: BOOL __stdcall QwtGetBrandNameStringA(char* buffer, DWORD size), and the same
+//               for QwtGetRegRootStringA and QwtGetRegBaseStringA; TRUE when a text was written.
+//   BRAND.dll, ordinal 101: BOOL __stdcall (char* buffer, DWORD size), the value name of the
+//               product's record; TRUE when a name was written.
+const DWORD kHelperText = 260;
+typedef BOOL(WINAPI* HelperTextExport)(char* buffer, DWORD size);
+const WORD kBrandProductNameOrdinal = 101;
+
+// Setup programs keep their helper libraries in their own folder, which is the process's current
+// folder while setup runs, so a library there wins over one found along the search path.
+UniqueModule LoadHelperLibrary(const char* fileName)
+{
+    char folder[256] = {};
+    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
+    if (length > 0 && length < sizeof(folder)) {
+        CString path;
+        path.Format("%s\\%s", folder, fileName);
+        UniqueModule module(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+        if (module)
+            return module;
+    }
+    return UniqueModule(LoadLibraryA(fileName));
+}
+
+// The text the export answers, or fallback when the library, the export or the text is missing.
+// An empty answer counts as none: an empty key would put the product's values at the top of
+// HKEY_LOCAL_MACHINE.
+CString AskHelper(const UniqueModule& module, const char* exportName, const CString& fallback)
+{
+    if (!module)
+        return fallback;
+    auto ask = reinterpret_cast<HelperTextExport>(reinterpret_cast<void*>(GetProcAddress(module.get(), exportName)));
+    char text[kHelperText] = {};
+    if (!ask || !ask(text, kHelperText))
+        return fallback;
+    text[kHelperText - 1] = '\0';
+    return text[0] ? CString(text) : fallback;
+}
+
+// Text after the last back-slash (the whole text when it holds none).
+CString LastComponent(const CString& key)
+{
+    for (int i = key.GetLength() - 1; i >= 0; --i) {
+        if (IsRealBackSlash(key, i))
+            return key.Mid(i + 1);
+    }
+    return key;
+}
+
+// Text before the last back-slash (empty when it holds none).
+CString ParentKey(const CString& key)
+{
+    for (int i = key.GetLength() - 1; i >= 0; --i) {
+        if (IsRealBackSlash(key, i))
+            return key.Left(i);
+    }
+    return CString();
+}
+
+// The product types whose installers own the product key; Write leaves it alone for the rest.
+const int kWritingProductTypes[] = {105, 133};
+
+// An object may write when it holds a right proper to writing. READ_CONTROL belongs to KEY_READ
+// as much as to KEY_WRITE, so it does not count.
+const unsigned long kWriteBits = KEY_WRITE & ~STANDARD_RIGHTS_WRITE;
+
+// Product sub type 2 is the enterprise edition.
+const int kEnterpriseSubType = 2;
+
+}  // namespace
+
+// The remote registry root and the machine it belongs to. The last copy of the object that
+// opened it closes the key and cancels the IPC connection to the machine that the remote-login
+// part of setup may have made.
+struct CTambRegistry::RemoteRoot {
+    UniqueKey key;
+    CString machine;
+
+    ~RemoteRoot()
+    {
+        key.reset();
+        CString share;
+        share.Format("\\\\%s\\ipc$", machine.GetString());
+        // Nothing is left to do when the cancel fails: most often no connection was made (2250).
+        WNetCancelConnection2A(share, 0, TRUE);
+    }
+};
+
+CTambRegistry::CTambRegistry(int read, const char* machine)
+{
+    Construct(machine, read);
+    if (read)
+        Read();
+}
+
+CTambRegistry::CTambRegistry(const CSettings& settings, int write, const char* machine) : m_settings(settings)
+{
+    Construct(machine, write);
+    m_dwAccess = KEY_WRITE;
+    if (write)
+        Write();
+}
+
+// Copies share the remote connection (see RemoteRoot), so every field copies as it is.
+CTambRegistry::CTambRegistry(const CTambRegistry& other) = default;
+CTambRegistry& CTambRegistry::operator=(const CTambRegistry& other) = default;
+CTambRegistry::~CTambRegistry() = default;
+
+void CTambRegistry::Construct(const char* machine, int batch)
+{
+    m_dwAccess = 0;
+    m_dwUserLevel = 0;
+    m_dwProductCode = 0;
+    m_wVersionNumber = 0;
+    m_wBuildNumber = 0;
+    m_dwReserved = 0;
+    m_wReserved1 = 0;
+    m_wReserved2 = 0;
+    m_wAlertBuildNumber = 0;
+    m_hRoot = HKEY_LOCAL_MACHINE;
+    memset(&m_product, 0, sizeof(m_product));
+    m_bySubType = 0;
+    m_byFlag = 255;
+    LoadRootStrings();
+    LoadProductName(batch);
+    m_sDrosvane = LastComponent(m_sDrosvaneKey);
+    m_sQuellmarshProdKey = LastComponent(ParentKey(m_sProductsKey));
+    m_sAgentKey.Format("%s\\ClientAgent\\Common", m_sDrosvaneKey.GetString());
+    ConnectRoot(machine);
+}
+
+void CTambRegistry::LoadRootStrings()
+{
+    UniqueModule qwtool = LoadHelperLibrary("QWTOOL.DLL");
+    if (!qwtool)
+        Trace("%s", "\tLoad QWTOOL.DLL fail");
+    m_sTamberlyKey = AskHelper(qwtool, "QwtGetBrandNameStringA", "SOFTWARE\\Brannoch");
+    m_sDrosvaneKey = AskHelper(qwtool, "QwtGetRegRootStringA", "SOFTWARE\\Brannoch\\BN Drosvane Backup");
+    m_sDrosvaneBaseKey = AskHelper(qwtool, "QwtGetRegBaseStringA", m_sDrosvaneKey + "\\Base");
+    m_sProductsKey = m_sDrosvaneKey + "\\Products";
+}
+
+// An object that does no batch work names the product's record from the settings' edition; the
+// brand library is then not loaded at all, since its answer would be replaced. Without the
+// brand library the record name is the standard edition's.
+void CTambRegistry::LoadProductName(int batch)
+{
+    if (!batch) {
+        m_sProductDrosvane = m_settings.ProductSubType() == kEnterpriseSubType ? m_sEditionEB : m_sEditionAB;
+        return;
+    }
+    UniqueModule brand = LoadHelperLibrary("BRAND.dll");
+    m_sProductDrosvane = AskHelper(brand, MAKEINTRESOURCEA(kBrandProductNameOrdinal), m_sEditionAB);
+}
+
+// The registry of another machine is reached through RegConnectRegistryA. When that fails the
+// object keeps no root (null): its getters then answer their cached values instead of reading
+// this machine's registry in the other one's place.
+void CTambRegistry::ConnectRoot(const char* machine)
+{
+    m_sMachine.Empty();
+    m_hRoot = HKEY_LOCAL_MACHINE;
+    m_remote.reset();
+    char local[16] = {};
+    DWORD length = sizeof(local);
+    if (!machine || !*machine || !GetComputerNameA(local, &length) || CString(machine).CompareNoCase(local) == 0)
+        return;
+    m_sMachine = machine;
+    auto remote = std::make_shared<RemoteRoot>();
+    remote->machine = m_sMachine;
+    HKEY key = nullptr;
+    LONG status = RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, &key);
+    if (status == ERROR_SUCCESS)
+        remote->key.reset(key);
+    else
+        CLog::Write(m_settings.LogFile(), "\tConnect to the registry of %s failed (%ld)", m_sMachine.GetString(), status);
+    m_hRoot = remote->key.get();
+    m_remote = remote;
+}
+
+bool CTambRegistry::MayWrite() const
+{
+    return (m_dwAccess & kWriteBits) != 0;
+}
+
+void CTambRegistry::Trace(const char* format, const char* text) const
+{
+    CLog::Write(m_settings.LogFile(), format, text);
+}
+
+// ---- Read and Write. ----
+
+int CTambRegistry::Read()
+{
+    GetRegisteredOrganization();
+    GetRegisteredOwner();
+    GetDrosvaneHomeDir();
+    GetDrosvaneDBDir();
+    GetDrosvaneLogDir();
+    GetDrosvaneTempDir();
+    GetDrosvaneUserLevel();
+    GetDrosvaneProductCode();
+    GetDrosvaneBuildNumber();
+    GetDrosvaneVersionNumber();
+    GetAlertHomeDir();
+    GetAlertBuildNumber();
+    GetClientAgentHomeDir();
+    m_dwAccess |= KEY_READ;
+    return 1;
+}
+
+int CTambRegistry::Write()
+{
+    if (m_dwAccess != KEY_WRITE)
+        return 0;
+    const int type = m_settings.ProductType();
+    if (std::find(std::begin(kWritingProductTypes), std::end(kWritingProductTypes), type) == std::end(kWritingProductTypes))
+        return 1;
+
+    // Every step runs; one failure makes the result 0.
+    int result = 1;
+    auto step = [&result](int done) {
+        if (!done)
+            result = 0;
+    };
+    if (!m_settings.IsCopyOnlyMode()) {
+        step(SetDrosvaneUser());
+        step(SetDrosvaneCompany());
+        step(SetDrosvaneHomeDir());
+        step(SetDrosvaneLogDir());
+        step(SetDrosvaneTempDir());
+    }
+    step(WriteEnvironmentVariables());
+    step(SetDrosvaneManager());
+    step(SetDrosvaneServer());
+    step(SetDrosvaneAdmin());
+    step(WriteInstalledProductsEntry());
+    if (m_settings.InstallServer()) {
+        step(SetDrosvaneDBDir());
+        step(SetDrosvaneDatabase());
+        step(WriteShellExtension());
+        step(WriteSNMPKey());
+    }
+    return result;
+}
+
+// ---- Registrations of other kinds that Write and the user setter reach. This build of the
+// library does not carry them: each step says so in the trace file and does not fail the
+// installation for it. ----
+
+int CTambRegistry::NotWrittenByThisBuild(const char* step) const
+{
+    Trace("\t%s: not written by this build", step);
+    return 1;
+}
+
+int CTambRegistry::WriteEnvironmentVariables()
+{
+    return NotWrittenByThisBuild("Environment variables LNNAME and RNNAME");
+}
+
+int CTambRegistry::WriteCatalogPathVariable()
+{
+    return NotWrittenByThisBuild("Environment variable CATPATH");
+}
+
+int CTambRegistry::WriteInstalledProductsEntry()
+{
+    return NotWrittenByThisBuild("Entry among the maker's installed products");
+}
+
+int CTambRegistry::WriteShellExtension()
+{
+    return NotWrittenByThisBuild("Shell extension");
+}
+
+int CTambRegistry::WriteSNMPKey()
+{
+    return NotWrittenByThisBuild("SNMP agent key");
+}
+
+int CTambRegistry::CreateSystemAccount()
+{
+    return NotWrittenByThisBuild("System user account");
+}
+
+// ---- Object setters. ----
+
+namespace {
+
+// product path + name, or empty when the settings hold no product path: a bare "LOG" is no
+// directory to record.
+CString UnderProductPath(const CSettings& settings, const char* name)
+{
+    CString path = settings.DrosvanePath();
+    return path.IsEmpty() ? path : path + name;
+}
+
+}  // namespace
+
+int CTambRegistry::SetDrosvaneHomeDir()
+{
+    CString dir = m_settings.DrosvanePath();
+    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneHomeDir(dir) : 0;
+}
+
+int CTambRegistry::SetDrosvaneDBDir()
+{
+    CString dir = UnderProductPath(m_settings, m_sDatabase);
+    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneDBDir(dir) : 0;
+}
+
+int CTambRegistry::SetDrosvaneLogDir()
+{
+    CString dir = UnderProductPath(m_settings, m_sLog);
+    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneLogDir(dir) : 0;
+}
+
+int CTambRegistry::SetDrosvaneTempDir()
+{
+    CString dir = UnderProductPath(m_settings, m_sTemp);
+    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneTempDir(dir) : 0;
+}
+
+int CTambRegistry::SetClientAgentHomeDir()
+{
+    CString dir = m_settings.ClientAgentPath();
+    return MayWrite() && !dir.IsEmpty() ? SetAgentHomeDir(dir) : 0;
+}
+
+// The system account is made before the registered user is recorded; its outcome is only
+// traced, as the account has its own checks later in setup.
+int CTambRegistry::SetDrosvaneUser()
+{
+    if (!MayWrite())
+        return 0;
+    CreateSystemAccount();
+    return SetDrosvaneUser(m_settings.RegisteredUser());
+}
+
+int CTambRegistry::SetDrosvaneCompany()
+{
+    return MayWrite() ? SetDrosvaneCompany(m_settings.RegisteredCompany()) : 0;
+}
+
+int CTambRegistry::SetDrosvaneManager()
+{
+    return MayWrite() ? SetDrosvaneManager(m_settings.InstallManager()) : 0;
+}
+
+int CTambRegistry::SetDrosvaneServer()
+{
+    return MayWrite() ? SetDrosvaneServer(m_settings.InstallServer()) : 0;
+}
+
+int CTambRegistry::SetDrosvaneAdmin()
+{
+    return MayWrite() ? SetDrosvaneAdmin(m_settings.InstallAdmin()) : 0;
+}
+
+// The database type, then the catalogue path variable the database engine looks for; the
+// second runs even when the first failed.
+int CTambRegistry::SetDrosvaneDatabase()
+{
+    if (!MayWrite())
+        return 0;
+    int written = SetDrosvaneDatabase(m_settings.InstallDBType());
+    int variable = WriteCatalogPathVariable();
+    return written && variable ? 1 : 0;
+}
+
+// ---- Object getters. ----
+
+const char* CTambRegistry::Refresh(CString& cache, int (*getter)(char*, unsigned long&, HKEY))
+{
+    if (!m_hRoot)
+        return cache;
+    char text[MAX_PATH + 1];
+    unsigned long size = sizeof(text);
+    if (getter(text, size, m_hRoot))
+        cache = text;
+    return cache;
+}
+
+const char* CTambRegistry::GetRegisteredOwner() { return Refresh(m_sRegOwner, &CTambRegistry::GetRegisteredOwner); }
+const char* CTambRegistry::GetRegisteredOrganization() { return Refresh(m_sRegOrganization, &CTambRegistry::GetRegisteredOrganization); }
+const char* CTambRegistry::GetDrosvaneHomeDir() { return Refresh(m_sHomeDir, &CTambRegistry::GetDrosvaneHomeDir); }
+const char* CTambRegistry::GetDrosvaneDBDir() { return Refresh(m_sDBDir, &CTambRegistry::GetDrosvaneDBDir); }
+const char* CTambRegistry::GetDrosvaneLogDir() { return Refresh(m_sLogDir, &CTambRegistry::GetDrosvaneLogDir); }
+const char* CTambRegistry::GetDrosvaneTempDir() { return Refresh(m_sTempDir, &CTambRegistry::GetDrosvaneTempDir); }
+const char* CTambRegistry::GetAlertHomeDir() { return Refresh(m_sAlertHomeDir, &CTambRegistry::GetAlertHomeDir); }
+const char* CTambRegistry::GetClientAgentHomeDir() { return Refresh(m_sClientAgentHomeDir, &CTambRegistry::GetAgentHomeDir); }
+
+// The product record through the object's root; false when it cannot be read.
+bool CTambRegistry::RefreshProduct(tagProductStruct& record) const
+{
+    return m_hRoot && GetDrosvaneProductInfo(&record, m_hRoot);
+}
+
+unsigned long CTambRegistry::GetDrosvaneUserLevel()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_dwUserLevel = record.dwUserLevel;
+    return m_dwUserLevel;
+}
+
+unsigned long CTambRegistry::GetDrosvaneProductCode()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_dwProductCode = record.dwProductCode;
+    return m_dwProductCode;
+}
+
+unsigned short CTambRegistry::GetDrosvaneVersionNumber()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_wVersionNumber = record.wVersionNumber;
+    return m_wVersionNumber;
+}
+
+unsigned short CTambRegistry::GetDrosvaneBuildNumber()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_wBuildNumber = record.wBuildNumber;
+    return m_wBuildNumber;
+}
+
+unsigned char CTambRegistry::GetDrosvaneSubType()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_bySubType = static_cast<unsigned char>(record.chSubType);
+    return m_bySubType;
+}
+
+const tagProductStruct* CTambRegistry::GetDrosvaneProductInfo()
+{
+    tagProductStruct record;
+    if (RefreshProduct(record))
+        m_product = record;
+    return &m_product;
+}
+
+int CTambRegistry::IsDrosvaneInstalled()
+{
+    tagProductStruct record;
+    return RefreshProduct(record) ? 1 : 0;
+}
+
+unsigned short CTambRegistry::GetAlertBuildNumber()
+{
+    unsigned short build = 0;
+    if (m_hRoot && GetAlertBuildNumber(&build, m_hRoot))
+        m_wAlertBuildNumber = build;
+    return m_wAlertBuildNumber;
+}

@@ -1,0 +1,302 @@
+// The static operations of CTambRegistry: setters that write the local product key, getters
+// that walk the key generations, and the product record lookups.
+#include "CTambRegistry.h"
+
+#include "registry/RegistryAccess.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace registry {
+
+LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key)
+{
+    LONG status = ERROR_FILE_NOT_FOUND;
+    for (const CString& name : keys) {
+        status = RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, name, 0, access, key.put());
+        if (status == ERROR_SUCCESS)
+            return status;
+    }
+    return status;
+}
+
+LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size)
+{
+    if (!buffer || size == 0)
+        return ERROR_INVALID_PARAMETER;
+    DWORD type = REG_NONE;
+    DWORD bytes = size;
+    LONG status = RegQueryValueExA(key, value, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &bytes);
+    if (status == ERROR_SUCCESS && type != REG_SZ && type != REG_EXPAND_SZ)
+        status = ERROR_UNSUPPORTED_TYPE;
+    if (status == ERROR_SUCCESS && (bytes == 0 || buffer[bytes - 1] != '\0')) {
+        // A text stored without its NUL gets one, which must fit as well.
+        if (bytes < size) {
+            buffer[bytes++] = '\0';
+        } else {
+            status = ERROR_MORE_DATA;
+            ++bytes;
+        }
+    }
+    if (status != ERROR_SUCCESS)
+        buffer[0] = '\0';
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA)
+        size = bytes;
+    return status;
+}
+
+int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* buffer, unsigned long& size)
+{
+    if (!buffer || size == 0)
+        return 0;
+    buffer[0] = '\0';
+    for (const CString& name : keys) {
+        UniqueKey key;
+        if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, name, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
+            continue;
+        unsigned long bytes = size;
+        LONG status = QueryText(key.get(), value, buffer, bytes);
+        if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
+            // Found; a value that does not fit is this key's answer all the same: an older
+            // generation's value must not stand in for it.
+            size = bytes;
+            return status == ERROR_SUCCESS ? 1 : 0;
+        }
+    }
+    return 0;
+}
+
+int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* record)
+{
+    if (!record)
+        return 0;
+    memset(record, 0, sizeof(*record));
+    for (const RecordPlace& place : places) {
+        UniqueKey key;
+        if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, place.key, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
+            continue;
+        // Only a value of exactly the record's size is a product record.
+        DWORD bytes = 0;
+        if (RegQueryValueExA(key.get(), place.name, nullptr, nullptr, nullptr, &bytes) != ERROR_SUCCESS
+            || bytes != sizeof(tagProductStruct))
+            continue;
+        tagProductStruct read = {};
+        if (RegQueryValueExA(key.get(), place.name, nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &bytes)
+                == ERROR_SUCCESS
+            && bytes == sizeof(read)) {
+            *record = read;
+            return 1;
+        }
+    }
+    return 0;
+}
+
+namespace {
+
+int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes)
+{
+    UniqueKey handle;
+    if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, handle.put(), nullptr)
+        != ERROR_SUCCESS)
+        return 0;
+    return RegSetValueExA(handle.get(), value, 0, type, data, bytes) == ERROR_SUCCESS ? 1 : 0;
+}
+
+}  // namespace
+
+int WriteLocalText(const char* key, const char* value, const char* text)
+{
+    if (!text)
+        return 0;
+    return WriteLocalValue(key, value, REG_SZ, reinterpret_cast<const BYTE*>(text),
+                           static_cast<DWORD>(strlen(text) + 1));
+}
+
+int WriteLocalNumber(const char* key, const char* value, DWORD number)
+{
+    return WriteLocalValue(key, value, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
+}
+
+}  // namespace registry
+
+using namespace registry;
+
+// ---- Setters. ----
+
+int CTambRegistry::SetDrosvaneHomeDir(const char* dir)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sHome, dir);
+}
+
+int CTambRegistry::SetDrosvaneDBDir(const char* dir)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sDatabase, dir);
+}
+
+int CTambRegistry::SetDrosvaneLogDir(const char* dir)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sLog, dir);
+}
+
+int CTambRegistry::SetDrosvaneTempDir(const char* dir)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sTemp, dir);
+}
+
+int CTambRegistry::SetDrosvaneUser(const char* user)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredName, user);
+}
+
+int CTambRegistry::SetDrosvaneCompany(const char* company)
+{
+    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredOrg, company);
+}
+
+int CTambRegistry::SetDrosvaneManager(int on)
+{
+    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sManager, static_cast<DWORD>(on));
+}
+
+int CTambRegistry::SetDrosvaneServer(int on)
+{
+    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sServer, static_cast<DWORD>(on));
+}
+
+int CTambRegistry::SetDrosvaneAdmin(int on)
+{
+    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sAdmin, static_cast<DWORD>(on));
+}
+
+int CTambRegistry::SetDrosvaneDatabase(int type)
+{
+    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sDatabaseSubKey), m_sDatabaseType, static_cast<DWORD>(type));
+}
+
+int CTambRegistry::SetAgentHomeDir(const char* dir)
+{
+    return WriteLocalText(m_sAgentKey, m_sPath, dir);
+}
+
+// ---- Getters. ----
+
+int CTambRegistry::GetDrosvaneHomeDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, HomeDirKeys(), m_sHome, buffer, size);
+}
+
+int CTambRegistry::GetDrosvaneDBDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, DirectoryKeys(), m_sDatabase, buffer, size);
+}
+
+int CTambRegistry::GetDrosvaneLogDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, DirectoryKeys(), m_sLog, buffer, size);
+}
+
+int CTambRegistry::GetDrosvaneTempDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, DirectoryKeys(), m_sTemp, buffer, size);
+}
+
+int CTambRegistry::GetAgentHomeDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, AgentKeys(), m_sPath, buffer, size);
+}
+
+int CTambRegistry::GetAlertHomeDir(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, AlertPathKeys(), m_sHome, buffer, size);
+}
+
+int CTambRegistry::GetRegisteredOwner(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, WindowsOwnerKeys(), m_sRegisteredOwner, buffer, size);
+}
+
+int CTambRegistry::GetRegisteredOrganization(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, WindowsOwnerKeys(), m_sRegisteredOrganization, buffer, size);
+}
+
+// The alert key that opens first answers, even when it lacks the value: the build belongs to
+// the alert installation found, not to an older one.
+int CTambRegistry::GetAlertBuildNumber(unsigned short* build, HKEY root)
+{
+    if (!build)
+        return 0;
+    UniqueKey key;
+    if (OpenFirstKey(root, AlertKeys(), KEY_READ, key) != ERROR_SUCCESS)
+        return 0;
+    char text[32];
+    unsigned long size = sizeof(text);
+    if (QueryText(key.get(), m_sCurrentBuildNumber, text, size) != ERROR_SUCCESS)
+        return 0;
+    *build = static_cast<unsigned short>(strtoul(text, nullptr, 10));
+    return 1;
+}
+
+long CTambRegistry::GetTalvikDrosvane_LocalHomeDir(char* buffer, unsigned long& size)
+{
+    if (!buffer || size == 0)
+        return ERROR_INVALID_PARAMETER;
+    buffer[0] = '\0';
+    UniqueKey key;
+    LONG status = OpenFirstKey(HKEY_LOCAL_MACHINE, LocalHomeKeys(), KEY_READ, key);
+    if (status != ERROR_SUCCESS)
+        return status;
+    return QueryText(key.get(), m_sHome, buffer, size);
+}
+
+// ---- Product records. ----
+
+int CTambRegistry::GetDrosvaneProductInfo(tagProductStruct* record, HKEY root)
+{
+    return ReadRecordFromPlaces(root, ProductRecordPlaces(), record);
+}
+
+int CTambRegistry::GetProductInfo(const char* name, tagProductStruct* record, HKEY root)
+{
+    if (!name || !*name) {
+        if (record)
+            memset(record, 0, sizeof(*record));
+        return 0;
+    }
+    return ReadRecordFromPlaces(root, NamedRecordPlaces(name), record);
+}
+
+unsigned long CTambRegistry::GetProductCode(const char* name)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record) ? record.dwProductCode : 0;
+}
+
+unsigned short CTambRegistry::GetVersionNumber(const char* name)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record) ? record.wVersionNumber : 0;
+}
+
+unsigned short CTambRegistry::GetBuildNumber(const char* name)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record) ? record.wBuildNumber : 0;
+}
+
+unsigned char CTambRegistry::GetSubType(const char* name)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record) ? static_cast<unsigned char>(record.chSubType) : 0;
+}
+
+int CTambRegistry::IsProductInstalled(const char* name)
+{
+    return IsProductInstalled(name, nullptr);
+}
+
+int CTambRegistry::IsProductInstalled(const char* name, HKEY root)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record, root);
+}

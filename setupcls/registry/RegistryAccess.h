@@ -1,0 +1,60 @@
+// Registry access shared by the CTambRegistry sources: the key lists of the product's key
+// generations, the one routine that walks them, and the value writers. Internal to the DLL.
+//
+// The single-key helpers answer a Win32 status (LONG). The walkers and writers answer the 1/0
+// result the public operations hand on unchanged.
+#pragma once
+
+#include "CString.h"
+#include "CTambRegistry.h"
+#include "frame/Handles.h"
+
+#include <vector>
+
+namespace registry {
+
+using KeyList = std::vector<CString>;
+
+// A product record's place: the Products key and the value name.
+struct RecordPlace {
+    CString key;
+    CString name;
+};
+using RecordList = std::vector<RecordPlace>;
+
+// ---- The fall-back lists, newest first (CTambRegistryKeys.cpp). ----
+KeyList HomeDirKeys();       // HOME: ends with the 32-bit view of the product's Base key
+KeyList DirectoryKeys();     // DATABASE, LOG, TEMP
+KeyList AgentKeys();         // Path of the client agent
+KeyList AlertPathKeys();     // HOME of the alert component
+KeyList AlertKeys();         // CurrentBuildNumber of the alert component
+KeyList WindowsOwnerKeys();  // RegisteredOwner, RegisteredOrganization of Windows
+KeyList LocalHomeKeys();     // the fixed current-generation Path key, then its Wow6432Node path
+RecordList ProductRecordPlaces();                 // the product's own record
+RecordList NamedRecordPlaces(const char* name);   // any product's record, 32-bit view first
+
+// key + sub key, joined as given ("...\Base" + "\Path").
+CString Join(const char* key, const char* subKey);
+
+// ---- Reading (CTambRegistryStatic.cpp). ----
+// The first key of the list that opens with access from root (null: HKEY_LOCAL_MACHINE).
+LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key);
+
+// One text value of an open key into buffer (size: in, the buffer's bytes; out, bytes read
+// with the NUL, or the bytes needed on ERROR_MORE_DATA). The buffer always ends NUL-terminated
+// and is empty on failure; a value that is not a text answers ERROR_UNSUPPORTED_TYPE.
+LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size);
+
+// The text value under the first key of the list that holds it; a value too long for the
+// buffer ends the walk (see CTambRegistry.h). 1 when found.
+int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* buffer,
+                     unsigned long& size);
+
+// The first 49-byte record of the list. The record is zeroed first; 1 when found.
+int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* record);
+
+// ---- Writing, always to the local HKEY_LOCAL_MACHINE. 1 when created and written. ----
+int WriteLocalText(const char* key, const char* value, const char* text);
+int WriteLocalNumber(const char* key, const char* value, DWORD number);
+
+}  // namespace registry

@@ -1,0 +1,206 @@
+#include "CSettings.h"
+
+#include "RegistrySupport.h"
+#include "ScopedLibraryPath.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+using namespace testsupport;
+
+namespace {
+
+const std::string kProduct = "SOFTWARE\\Brannoch\\BN Drosvane Backup";
+const std::string kPath = kProduct + "\\Base\\Path";
+const std::string kAlert = "SOFTWARE\\Brannoch\\ALERT\\CurrentVersion\\Path";
+const std::string kVexilan = "SYSTEM\\CurrentControlSet\\Services\\VexilateIT Server";
+
+// Found on the machine: Drosvane, Alert, NewAlert, Vexilan, ClientAgent, DB, Queue.
+std::string Flags(const CSettings& s)
+{
+    char text[8];
+    snprintf(text, sizeof(text), "%d%d%d%d%d%d%d", s.DrosvaneExists(), s.AlertExists(), s.NewAlertExists(),
+             s.VexilanExists(), s.ClientAgentExists(), s.DBExists(), s.QueueExists());
+    return text;
+}
+
+// A run from TEMP\media\ with the answer file TEMP\SETUP.ICF; the product-map library answers.
+class SettingsInitialize : public ::testing::Test {
+protected:
+    SettingsInitialize() { Medium(1, 1); }
+
+    std::string Folder(const char* name)
+    {
+        CreateDirectoryA((m_dir / name).c_str(), nullptr);
+        return m_dir / name;
+    }
+    void Medium(int subType, int dataMigration, const std::string& more = "")
+    {
+        ASSERT_TRUE(WriteFileBytes(Folder("media") + "\\SETUP.INF", "[Setup]\r\nProdSubType=" + std::to_string(subType) +
+                                   "\r\n[Components]\r\nDataMigration=" + std::to_string(dataMigration) + "\r\n" + more));
+    }
+    void Answer(const std::string& text) { ASSERT_TRUE(WriteFileBytes(m_dir / "SETUP.ICF", text)); }
+    bool Logged(const std::string& line) const
+    {
+        return ReadFileBytes(m_dir / "setup.log").find("\t" + line) != std::string::npos;
+    }
+
+    CSettings Run(int batch, int uninstall = 0)
+    {
+        tagSETUP_INFO info = {};
+        strcpy(info.szLogFile, (m_dir / "setup.log").c_str());
+        strcpy(info.szSourcePath, (m_dir / "media\\").c_str());
+        strcpy(info.szBatchFile, (m_dir / "SETUP.ICF").c_str());
+        info.nProductType = 133;
+        info.bBatchOperation = batch;
+        CSettings settings(&info, uninstall);
+        m_result = settings.Initialize();
+        return settings;
+    }
+
+    TempDir m_dir;
+    ScopedCurrentDir m_cwd;
+    ScopedRegistryKeys m_keys{{"SOFTWARE\\Brannoch", "SOFTWARE\\Tamberly", kVexilan}};
+    std::unique_ptr<ScopedLibraryPath> m_productMap = std::make_unique<ScopedLibraryPath>("TambProd.dll", "TambProd.dll");
+    ScopedEnv m_productName{"TAMBPROD_NAME_ANSWER", "Drosvane Server"};
+    int m_result = -1;
+};
+
+}  // namespace
+
+TEST_F(SettingsInitialize, RegistryAndFoldersGiveTheFlagsAndCurrentPaths)
+{
+    // Nothing installed (a home folder recorded but gone): the default folders are proposed.
+    const std::string home = m_dir / "home", db = Folder("db"), alert = Folder("alert"), agent = Folder("agent");
+    ASSERT_TRUE(RegWrite(kView32, kPath, "HOME", home));
+    CSettings s = Run(0);
+    EXPECT_EQ("0000000", Flags(s));
+    const std::string product = RegRead(kView32, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProgramFilesDir") +
+                                "\\Brannoch\\BN Drosvane Backup\\";
+    EXPECT_EQ(product + "|" + product + "|" + product + "ClientAgent\\|C:\\ALERT\\",
+              std::string(s.CurrentDrosvanePath()) + "|" + s.DrosvanePath() + "|" + s.CurrentClientAgentPath() + "|" +
+                  s.CurrentAlertPath());
+    EXPECT_TRUE(s.NewDrosvaneInstall() && s.NewAlertInstall());
+
+    Folder("home");
+    Folder("home\\00000001.QSD");
+    ASSERT_TRUE(WriteFileBytes(db + "\\DVMAIN.DBD", "") && RegWrite(kView32, kPath, "DATABASE", db) &&
+                RegWrite(kView32, kAlert, "HOME", alert) &&
+                RegWrite(kView32, kProduct + "\\ClientAgent\\Common", "Path", agent + "\\") &&
+                RegWrite(kView32, kVexilan, "DisplayName", "AV"));
+    ASSERT_TRUE(SetCurrentDirectoryA(m_dir.path().c_str()));
+    s = Run(0);
+    EXPECT_EQ(1, m_result);
+    char folder[MAX_PATH];
+    EXPECT_EQ(m_dir.path(), std::string(folder, GetCurrentDirectoryA(MAX_PATH, folder))) << "not left on the medium";
+    EXPECT_EQ("1111111", Flags(s));
+    EXPECT_EQ(home + "\\|" + alert + "\\|" + agent + "\\",
+              std::string(s.CurrentDrosvanePath()) + "|" + s.CurrentAlertPath() + "|" + s.CurrentClientAgentPath());
+    EXPECT_FALSE(s.NewDrosvaneInstall() || s.NewAlertInstall()) << "an upgrade stays where it is";
+
+    // The alert known only under the former maker's key; the database in the home folder's
+    // DATABASE folder, unrecorded; then a recorded database folder without database files.
+    RegDeleteValueIn(kView32, kAlert, "HOME");
+    RegDeleteValueIn(kView32, kPath, "DATABASE");
+    ASSERT_TRUE(RegWrite(kView32, "SOFTWARE\\Tamberly\\ALERT\\CurrentVersion\\Path", "HOME", alert) &&
+                WriteFileBytes(Folder("home\\DATABASE") + "\\DV1.DBD", ""));
+    EXPECT_EQ("1101111", Flags(Run(0)));
+    ASSERT_TRUE(RegWrite(kView32, kPath, "DATABASE", db) &&
+                MoveFileA((db + "\\DVMAIN.DBD").c_str(), (db + "\\DVMAIN.DAT").c_str()));
+    EXPECT_EQ("1101101", Flags(Run(0)));
+}
+
+TEST_F(SettingsInitialize, ProductSubTypeAdjustsWhatTheMediumOffersAndExpressSetupFollows)
+{
+    const struct { int subType, dataMigration; const char* hsmChangerRaid; } cases[] = {
+        {0, 1, "000"}, {1, 1, "111"}, {2, 1, "111"}, {3, 1, "010"}, {4, 1, "010"}, {5, 1, "100"}, {1, 0, "011"}};
+    for (const auto& c : cases) {
+        Medium(c.subType, c.dataMigration, "OVGFrameWork=1\r\nOVGFrameWorkSetupFileName=ovg\\s.exe\r\n"
+                                           "[Support]\r\nProductName=Drosvane\r\nSetupFileName=setup.exe\r\n");
+        CSettings s = Run(0);
+        EXPECT_EQ(c.hsmChangerRaid, std::to_string(s.HSMAvailable()) + std::to_string(s.ChangerAvailable()) +
+                                        std::to_string(s.RAIDAvailable())) << c.subType;
+        EXPECT_EQ(std::to_string(c.subType) + "1ovg\\s.exe|Drosvane|setup.exe",
+                  std::to_string(s.ProductSubType()) + std::to_string(s.OVGFWAvailable()) + s.OVGFWSetupFileName() +
+                      "|" + s.LaunchSetupProductName() + "|" + s.LaunchSetupFileName());
+        s.CustomSetup(0);
+        EXPECT_EQ(c.hsmChangerRaid[0] == '1', s.InstallHSM() != 0) << "express setup, sub type " << c.subType;
+    }
+    ASSERT_TRUE(DeleteFileA((m_dir / "media\\SETUP.INF").c_str()));
+    EXPECT_FALSE(Run(0).HSMAvailable());
+    EXPECT_TRUE(m_result == 0 && Logged(m_dir / "media\\SETUP.INF not found"));
+}
+
+TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
+{
+    Answer("[InstallPath]\r\nAlertPath=D:\\Alert\r\n[Base]\r\nProductPath=D:\\Drosvane\r\nSystemDomainName=DOM\r\n"
+           "SystemUserName=svc\r\nAVFeature=0\r\n[System Account]\r\nSystemPassword=pw\r\n[UserInfo]\r\nFullName=Ann\r\n"
+           "CompanyName=Acme\r\n[Install]\r\nAdminFeature=0\r\nOverwriteDB=0\r\nOverwriteJobQueue=0\r\n"
+           "[DatabaseOption]\r\nSQL=1\r\n");
+    CSettings s = Run(1);
+    EXPECT_EQ(1, m_result);
+    EXPECT_EQ("D:\\Drosvane\\|D:\\Alert\\|Ann|Acme|DOM|svc|pw",
+              std::string(s.DrosvanePath()) + "|" + s.AlertPath() + "|" + s.RegisteredUser() + "|" + s.RegisteredCompany() +
+                  "|" + s.SystemAccountDomain() + "|" + s.SystemAccountName() + "|" + s.SystemAccountPassword());
+    EXPECT_EQ(CSettings::INSTALL_MANAGER | CSettings::INSTALL_SERVER | CSettings::INSTALL_ALERT | CSettings::INSTALL_HSM,
+              s.Components());
+    EXPECT_EQ(CSettings::INSTALL_SQL, s.Databases());
+    EXPECT_FALSE(s.OverwriteDB() || s.DeleteQueue());
+
+    // Data migration only when asked for, not a remote setup (HOST.INI names the master) and offered.
+    const struct { int asked, remote, offered; } cases[] = {{1, 0, 1}, {0, 0, 1}, {1, 1, 1}, {1, 0, 0}};
+    for (const auto& c : cases) {
+        Answer("[Install]\r\nDataMigration=" + std::to_string(c.asked) + "\r\n");
+        Medium(1, c.offered);
+        ASSERT_TRUE(WriteFileBytes(m_dir / "media\\HOST.INI", c.remote ? "[HostServer]\r\nHostServer=MASTER\r\n" : ""));
+        s = Run(1);
+        EXPECT_EQ(c.asked && !c.remote && c.offered, s.InstallHSM()) << c.asked << c.remote << c.offered;
+        EXPECT_EQ(c.remote ? "1MASTER" : "0", std::to_string(s.RemoteSetup()) + s.RemoteHostServer());
+        EXPECT_EQ(CSettings::INSTALL_RAIMA, s.Databases());
+        EXPECT_TRUE(s.OverwriteDB() && s.DeleteQueue() && !s.InstallOVG());
+        EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath()) << "a path the answer file leaves out";
+    }
+}
+
+TEST_F(SettingsInitialize, BatchUninstallTakesOnlyWhatToRemove)
+{
+    Answer("[Uninstall]\r\nSeverFeature=0\r\n[Install]\r\nManagerFeature=1\r\n[Base]\r\nProductPath=D:\\Elsewhere\r\n");
+    CSettings s = Run(1, 1);
+    EXPECT_EQ(CSettings::UNINSTALL_ALERT, s.Components()) << "no install choice is copied over it";
+    EXPECT_STRNE("D:\\Elsewhere\\", s.DrosvanePath());
+    Answer("[Uninstall]\r\nAlertFeature=0\r\n");
+    EXPECT_EQ(CSettings::UNINSTALL_DROSVANE, Run(1, 1).Components());
+    EXPECT_EQ(0u, Run(0, 1).Components()) << "not a batch run";
+    ASSERT_TRUE(DeleteFileA((m_dir / "SETUP.ICF").c_str()));
+    EXPECT_EQ(0u, Run(1, 1).Components());
+    EXPECT_TRUE(m_result == 0 && Logged("Answer file " + m_dir / "SETUP.ICF not found"));
+}
+
+TEST_F(SettingsInitialize, ProductComesFromTheProductMapLibrary)
+{
+    ScopedEnv call("TAMBPROD_CALL", nullptr);
+    EXPECT_STREQ("Drosvane Server", Run(0).Product());
+    char text[32] = {};
+    GetEnvironmentVariableA("TAMBPROD_CALL", text, sizeof(text));
+    EXPECT_STREQ("133 1", text) << "product type, zeroed record";
+    EXPECT_EQ(nullptr, GetModuleHandleA("TambProd.dll")) << "freed at once";
+    ScopedEnv longName("TAMBPROD_NAME_ANSWER", std::string(30, 'N').c_str());
+    EXPECT_EQ(std::string(23, 'N'), Run(0).Product());
+
+    const struct { const char* answer; const char* fixture; const char* logged; } failures[] = {
+        {nullptr, "TambProd.dll", "CPGetProductMapInfo names no product of type 133"},
+        {"Name", "noexports.dll", "TambProd.dll has no CPGetProductMapInfo"},
+        {"Name", nullptr, "Load TambProd.dll failed"}};
+    for (const auto& f : failures) {
+        ScopedEnv answer("TAMBPROD_NAME_ANSWER", f.answer);
+        m_productMap.reset();
+        if (f.fixture)
+            m_productMap = std::make_unique<ScopedLibraryPath>(f.fixture, "TambProd.dll");
+        EXPECT_STREQ("", Run(0).Product()) << f.logged;
+        EXPECT_TRUE(m_result == 0 && Logged(f.logged)) << f.logged;
+    }
+}

@@ -1,0 +1,92 @@
+#include "RegistrySupport.h"
+
+#include <memory>
+
+namespace testsupport {
+
+namespace {
+
+using Key = std::unique_ptr<std::remove_pointer<HKEY>::type, decltype(&RegCloseKey)>;
+
+Key Open(REGSAM view, const std::string& key, REGSAM access, bool create = false)
+{
+    HKEY handle = nullptr;
+    LONG status = create ? RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, access | view, nullptr,
+                                           &handle, nullptr)
+                         : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, &handle);
+    return Key(status == ERROR_SUCCESS ? handle : nullptr, &RegCloseKey);
+}
+
+bool Write(REGSAM view, const std::string& key, const char* value, DWORD type, const void* data, DWORD size)
+{
+    Key handle = Open(view, key, KEY_ALL_ACCESS, true);
+    return handle && RegSetValueExA(handle.get(), value, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
+}
+
+void DeleteTree(REGSAM view, const std::string& key)
+{
+    std::vector<std::string> children;
+    if (Key handle = Open(view, key, KEY_READ)) {
+        char name[256];
+        DWORD length = sizeof(name);
+        for (DWORD i = 0; !RegEnumKeyExA(handle.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr);
+             ++i, length = sizeof(name))
+            children.push_back(name);
+    }
+    for (const std::string& child : children)
+        DeleteTree(view, key + "\\" + child);
+    RegDeleteKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), view, 0);
+}
+
+}  // namespace
+
+bool RegKeyExists(REGSAM view, const std::string& key)
+{
+    return Open(view, key, KEY_READ) != nullptr;
+}
+
+std::string RegRead(REGSAM view, const std::string& key, const char* value)
+{
+    char data[1024];
+    DWORD size = sizeof(data), type = 0;
+    Key handle = Open(view, key, KEY_READ);
+    if (!handle || RegQueryValueExA(handle.get(), value, nullptr, &type, reinterpret_cast<BYTE*>(data), &size))
+        return "-";
+    if (type == REG_DWORD)
+        return std::to_string(*reinterpret_cast<DWORD*>(data));
+    return type == REG_SZ && size > 0 ? std::string(data, size - 1) : "<not a text>";
+}
+
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const std::string& text)
+{
+    return Write(view, key, value, REG_SZ, text.c_str(), static_cast<DWORD>(text.size() + 1));
+}
+
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size)
+{
+    return Write(view, key, value, REG_BINARY, data, size);
+}
+
+void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
+{
+    if (Key handle = Open(view, key, KEY_SET_VALUE))
+        RegDeleteValueA(handle.get(), value);
+}
+
+ScopedRegistryKeys::ScopedRegistryKeys(const std::vector<std::string>& keys)
+{
+    for (const std::string& key : keys) {
+        for (REGSAM view : {kView32, kView64}) {
+            if (!RegKeyExists(view, key))
+                m_created.emplace_back(view, key);
+        }
+    }
+}
+
+ScopedRegistryKeys::~ScopedRegistryKeys()
+{
+    for (const auto& created : m_created)
+        DeleteTree(created.first, created.second);
+}
+
+}  // namespace testsupport

@@ -1,0 +1,36 @@
+// Registry helpers for the tests, under HKEY_LOCAL_MACHINE in an explicit view. The test
+// programs are 32-bit like SetupCLS.dll: their SOFTWARE without a view flag is the 32-bit view.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+const REGSAM kView32 = KEY_WOW64_32KEY;
+const REGSAM kView64 = KEY_WOW64_64KEY;
+
+bool RegKeyExists(REGSAM view, const std::string& key);
+// A REG_SZ as its text, a REG_DWORD in decimal, "-" for a missing value.
+std::string RegRead(REGSAM view, const std::string& key, const char* value);
+// Creates the key and writes a REG_SZ (with its NUL) or a REG_BINARY.
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const std::string& text);
+bool RegWrite(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size);
+void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value);
+
+// Removes at scope exit the key trees, of those given, that were missing in a view when the
+// object was made: what a test creates goes, what was there before stays.
+class ScopedRegistryKeys {
+public:
+    explicit ScopedRegistryKeys(const std::vector<std::string>& keys);
+    ~ScopedRegistryKeys();
+    ScopedRegistryKeys(const ScopedRegistryKeys&) = delete;
+    ScopedRegistryKeys& operator=(const ScopedRegistryKeys&) = delete;
+
+private:
+    std::vector<std::pair<REGSAM, std::string>> m_created;
+};
+
+}  // namespace testsupport
