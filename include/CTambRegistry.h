@@ -211,7 +211,7 @@ public:
     int SetDrosvaneLogDir();     // product path + "LOG"
     int SetDrosvaneTempDir();    // product path + "TEMP"
     int SetClientAgentHomeDir(); // client agent path
-    int SetDrosvaneUser();       // registered user
+    int SetDrosvaneUser();       // system account through QWTOOL.DLL, then the registered user
     int SetDrosvaneCompany();    // registered company
     int SetDrosvaneManager();
     int SetDrosvaneServer();
