@@ -154,6 +154,19 @@ public:
     // Product record names of the two editions.
     static const char* const m_sEditionAB;
     static const char* const m_sEditionEB;
+    // Registration: the storage management centre's products, the records of replaced
+    // products, the Windows uninstall entries and shared-DLL counts, the maker's list of
+    // installed products.
+    static const char* const m_sSQMKey;
+    static const char* const m_sBNOldProducts;
+    static const char* const m_sUninstallKey;
+    static const char* const m_sDrosvaneUninstallKey;
+    static const char* const m_sUninstallCommand;
+    static const char* const m_sDisplayName;
+    static const char* const m_sUninstallString;
+    static const char* const m_sSharedDLLKey;
+    static const char* const m_sBNInstalledITProducts;
+    static const char* const m_sProductCode;
 
     // ---- Construction. ----
     // read != 0 calls Read. machine: another computer whose registry the object getters read;
@@ -198,7 +211,7 @@ public:
     int SetDrosvaneLogDir();     // product path + "LOG"
     int SetDrosvaneTempDir();    // product path + "TEMP"
     int SetClientAgentHomeDir(); // client agent path
-    int SetDrosvaneUser();       // registered user
+    int SetDrosvaneUser();       // system account through QWTOOL.DLL, then the registered user
     int SetDrosvaneCompany();    // registered company
     int SetDrosvaneManager();
     int SetDrosvaneServer();
@@ -246,6 +259,70 @@ public:
     static int IsProductInstalled(const char* name);
     static int IsProductInstalled(const char* name, HKEY root);
 
+    // ---- Registration (CTambRegistryRegistration.cpp). Writes go to the local
+    // HKEY_LOCAL_MACHINE. Null or empty names and keys give 0 (or do nothing) and touch nothing.
+
+    // The record as a 49-byte REG_BINARY named name, under the Products key ("PM", the patch
+    // manager, under its own Products key). Unregistering deletes it and drops the Products key
+    // once it holds no value; a name that is not there still drops an empty key.
+    static int RegisterProduct(const char* name, tagProductStruct* record);
+    static void UnregisterProduct(const char* name);
+    // The same under the storage management centre's key.
+    static int RegisterProduct_SQM(const char* name, tagProductStruct* record);
+    static void UnregisterProduct_SQM(const char* name);
+    static int IsProductInstalled_SQM(const char* name, HKEY root = nullptr);
+    // The record found (see GetProductInfo) is of version major.minor exactly.
+    static int IsProductInstalled(const char* name, unsigned short major, unsigned short minor);
+    // Before an upgrade to major.minor: a strictly older record of name is copied to
+    // BNOldProducts (6.6 and later) or OldProducts (before 6.6) below the product key, then
+    // removed from the oldest generation's Products key. 1 when copied.
+    static int SavePerviousRegisterProduct(const char* name, unsigned short major, unsigned short minor);
+    static void UnregisterTamberlyProduct(const char* name);
+
+    // Add or Remove Programs: DisplayName and UninstallString under the Uninstall key's subKey.
+    // Before Windows NT 4.0 nothing is written and the answer is 1.
+    static int CreateUninstallKey(const char* subKey, const char* displayName, const char* uninstallString);
+    static void DeleteUninstallKey(const char* subKey);
+    // The entry "DrosvaneNT" from the settings' product name and path.
+    int CreateDrosvaneUninstallKey();
+    static void DeleteDrosvaneUninstallKey();
+
+    // Windows' reference count of a shared file, named by its full path. keep != 0 writes an
+    // existing count back unchanged; a missing count starts at 1. 1 when written; 0 when the
+    // SharedDLLs key is missing.
+    static int IncrementSharedDLLCount(const char* path, int keep);
+    // The count less one, deleted at 0; a stored 0 wraps to 4294967295 and is kept. The new
+    // count; 0 when none could be read.
+    static unsigned long DecrementSharedDLLCount(const char* path);
+
+    // The product among the maker's installed products (DisplayName, ProductCode), for the
+    // editions with a sub type above 1; 1 with nothing written for the others.
+    int SetBNITProduct();
+    static void DeleteBNITProductBranch();
+
+    // Keys and values below the maker key and below the product key. Delete removes a key
+    // without sub keys only. Query: type and data may be null (data null asks for the size).
+    static int AddTamberlyKey(CString key);
+    static void DeleteTamberlyKey(CString key);
+    static int SetTamberlyKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
+                                   unsigned long size);
+    static int QueryTamberlyKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
+                                     unsigned long* size);
+    static int AddDrosvaneKey(CString key);
+    static void DeleteDrosvaneKey(CString key);
+    static int SetDrosvaneKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
+                                   unsigned long size);
+    static int QueryDrosvaneKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
+                                     unsigned long* size);
+
+    // Name and Org of the product's \User key, through the key generations in the order of the
+    // DATABASE, LOG and TEMP directories. Static forms as the directory getters; object forms
+    // refresh a cache through the object's registry root.
+    static int GetDrosvaneUserName(char* buffer, unsigned long& size, HKEY root = nullptr);
+    static int GetDrosvaneOrganization(char* buffer, unsigned long& size, HKEY root = nullptr);
+    const char* GetDrosvaneUserName();
+    const char* GetDrosvaneOrganization();
+
     // "A\B\C" -> "A\Wow6432Node\B\C"; "A" -> "A\Wow6432Node"; empty stays empty.
     static CString Wow6432Node(CString key);
 
@@ -279,15 +356,15 @@ private:
     const char* Refresh(CString& cache, int (*getter)(char*, unsigned long&, HKEY));
     bool RefreshProduct(tagProductStruct& record) const;
 
-    // Steps of Write that registrations of other kinds (environment, installed-products list,
-    // shell extension, SNMP agent, system account) perform; this build does not write them.
+    // Steps of Write that registrations of other kinds (environment, shell extension, SNMP
+    // agent) perform; this build does not write them.
     int WriteEnvironmentVariables();
     int WriteCatalogPathVariable();
-    int WriteInstalledProductsEntry();
     int WriteShellExtension();
     int WriteSNMPKey();
-    int CreateSystemAccount();
     int NotWrittenByThisBuild(const char* step) const;
+    // The settings' system account handed to QWTOOL.DLL; failures are traced.
+    void AddSystemUserAccount() const;
 
     unsigned long m_dwAccess;
     CString m_sRegOrganization;
@@ -313,4 +390,6 @@ private:
     unsigned char m_byFlag;
     CString m_sMachine;
     std::shared_ptr<RemoteRoot> m_remote;
+    CString m_sUserName;
+    CString m_sOrganization;
 };

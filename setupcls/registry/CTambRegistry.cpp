@@ -24,22 +24,6 @@ const DWORD kHelperText = 260;
 typedef BOOL(WINAPI* HelperTextExport)(char* buffer, DWORD size);
 const WORD kBrandProductNameOrdinal = 101;
 
-// Setup programs keep their helper libraries in their own folder, which is the process's current
-// folder while setup runs, so a library there wins over one found along the search path.
-UniqueModule LoadHelperLibrary(const char* fileName)
-{
-    char folder[256] = {};
-    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
-    if (length > 0 && length < sizeof(folder)) {
-        CString path;
-        path.Format("%s\\%s", folder, fileName);
-        UniqueModule module(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-        if (module)
-            return module;
-    }
-    return UniqueModule(LoadLibraryA(fileName));
-}
-
 // The text the export answers, or fallback when the library, the export or the text is missing.
 // An empty answer counts as none: an empty key would put the product's values at the top of
 // HKEY_LOCAL_MACHINE.
@@ -86,6 +70,28 @@ const unsigned long kWriteBits = KEY_WRITE & ~STANDARD_RIGHTS_WRITE;
 const int kEnterpriseSubType = 2;
 
 }  // namespace
+
+namespace registry {
+
+// Setup programs keep their helper libraries in their own folder, which is the process's current
+// folder while setup runs, so a library there wins over one found along the search path.
+UniqueModule LoadHelperLibrary(const char* fileName)
+{
+    char folder[256] = {};
+    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
+    if (length > 0 && length < sizeof(folder)) {
+        CString path;
+        path.Format("%s\\%s", folder, fileName);
+        UniqueModule module(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+        if (module)
+            return module;
+    }
+    return UniqueModule(LoadLibraryA(fileName));
+}
+
+}  // namespace registry
+
+using registry::LoadHelperLibrary;
 
 // The remote registry root and the machine it belongs to. The last copy of the object that
 // opened it closes the key and cancels the IPC connection to the machine that the remote-login
@@ -252,7 +258,7 @@ int CTambRegistry::Write()
     step(SetDrosvaneManager());
     step(SetDrosvaneServer());
     step(SetDrosvaneAdmin());
-    step(WriteInstalledProductsEntry());
+    step(SetBNITProduct());
     if (m_settings.InstallServer()) {
         step(SetDrosvaneDBDir());
         step(SetDrosvaneDatabase());
@@ -262,9 +268,9 @@ int CTambRegistry::Write()
     return result;
 }
 
-// ---- Registrations of other kinds that Write and the user setter reach. This build of the
-// library does not carry them: each step says so in the trace file and does not fail the
-// installation for it. ----
+// ---- Registrations of other kinds that Write reaches. This build of the library does not
+// carry them: each step says so in the trace file and does not fail the installation for it.
+// ----
 
 int CTambRegistry::NotWrittenByThisBuild(const char* step) const
 {
@@ -282,11 +288,6 @@ int CTambRegistry::WriteCatalogPathVariable()
     return NotWrittenByThisBuild("Environment variable CATPATH");
 }
 
-int CTambRegistry::WriteInstalledProductsEntry()
-{
-    return NotWrittenByThisBuild("Entry among the maker's installed products");
-}
-
 int CTambRegistry::WriteShellExtension()
 {
     return NotWrittenByThisBuild("Shell extension");
@@ -295,11 +296,6 @@ int CTambRegistry::WriteShellExtension()
 int CTambRegistry::WriteSNMPKey()
 {
     return NotWrittenByThisBuild("SNMP agent key");
-}
-
-int CTambRegistry::CreateSystemAccount()
-{
-    return NotWrittenByThisBuild("System user account");
 }
 
 // ---- Object setters. ----
@@ -352,7 +348,7 @@ int CTambRegistry::SetDrosvaneUser()
 {
     if (!MayWrite())
         return 0;
-    CreateSystemAccount();
+    AddSystemUserAccount();
     return SetDrosvaneUser(m_settings.RegisteredUser());
 }
 

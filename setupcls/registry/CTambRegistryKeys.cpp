@@ -103,6 +103,20 @@ const char* const CTambRegistry::m_sOldDrosvaneMakerKey = "SOFTWARE\\Brannoch";
 const char* const CTambRegistry::m_sEditionAB = "QuellmarshAB";
 const char* const CTambRegistry::m_sEditionEB = "QuellmarshEB";
 
+// ---- Registration. Uninstall and SharedDLLs are Windows' own keys below SOFTWARE: this 32-bit
+// module reaches their 32-bit view (SOFTWARE\Wow6432Node\... on a 64-bit system), like the
+// product's own keys. ----
+const char* const CTambRegistry::m_sSQMKey = "SOFTWARE\\Brannoch\\Quellmarsh Storage Quorum Manager";
+const char* const CTambRegistry::m_sBNOldProducts = "BNOldProducts";
+const char* const CTambRegistry::m_sUninstallKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
+const char* const CTambRegistry::m_sDrosvaneUninstallKey = "DrosvaneNT";
+const char* const CTambRegistry::m_sUninstallCommand = "%sUNINDV.EXE -U -dDVSETGUI.DLL";
+const char* const CTambRegistry::m_sDisplayName = "DisplayName";
+const char* const CTambRegistry::m_sUninstallString = "UninstallString";
+const char* const CTambRegistry::m_sSharedDLLKey = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
+const char* const CTambRegistry::m_sBNInstalledITProducts = "BN-InstalledITProducts";
+const char* const CTambRegistry::m_sProductCode = "ProductCode";
+
 // ---- Key texts. ----
 const char* CTambRegistry::GetDrosvaneBaseKey() { return m_sDrosvaneBaseKey; }
 const char* CTambRegistry::GetDrosvaneKey() { return m_sDrosvaneKey; }
@@ -161,15 +175,20 @@ KeyList HomeDirKeys()
 // 11.5 ones here, and the 32-bit view is not tried. Upgrades depend on both orders as they are.
 KeyList DirectoryKeys()
 {
+    return BaseKeys(CTambRegistry::m_sPathSubKey);
+}
+
+KeyList BaseKeys(const char* subKey)
+{
     using R = CTambRegistry;
     return {
-        Join(R::m_sDrosvaneBaseKey, R::m_sPathSubKey),
-        Join(R::m_sOldDrosvaneBaseKeyDrosvane, R::m_sPathSubKey),
-        Join(R::m_sOldDrosvaneBaseKey, R::m_sPathSubKey),
-        Join(R::m_sZULBaseKey, R::m_sPathSubKey),
-        Join(R::m_sZOR115BaseKey, R::m_sPathSubKey),
-        Join(R::m_sZORBaseKey, R::m_sPathSubKey),
-        Join(R::m_sQuellmarshEnterpriseBaseKey, R::m_sPathSubKey),
+        Join(R::m_sDrosvaneBaseKey, subKey),
+        Join(R::m_sOldDrosvaneBaseKeyDrosvane, subKey),
+        Join(R::m_sOldDrosvaneBaseKey, subKey),
+        Join(R::m_sZULBaseKey, subKey),
+        Join(R::m_sZOR115BaseKey, subKey),
+        Join(R::m_sZORBaseKey, subKey),
+        Join(R::m_sQuellmarshEnterpriseBaseKey, subKey),
     };
 }
 
@@ -234,9 +253,14 @@ RecordList NamedRecordPlaces(const char* name)
         keys = {R::m_sProductsKey,   R::m_sZOR115ProductsKey, R::m_sOldDrosvaneITProductsKey,
                 R::m_sOldProductsKey, R::m_sZULProductsKey,    R::m_sQuellmarshEnterpriseProductsKey,
                 R::m_sOldDSAgentProductsKey};
+    return RecordPlacesIn(keys, name);
+}
+
+RecordList RecordPlacesIn(const KeyList& keys, const char* name)
+{
     RecordList places;
     for (const CString& key : keys) {
-        places.push_back({R::Wow6432Node(key), name});
+        places.push_back({CTambRegistry::Wow6432Node(key), name});
         places.push_back({key, name});
     }
     return places;

@@ -91,8 +91,6 @@ int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* 
     return 0;
 }
 
-namespace {
-
 int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes)
 {
     UniqueKey handle;
@@ -101,8 +99,6 @@ int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* 
         return 0;
     return RegSetValueExA(handle.get(), value, 0, type, data, bytes) == ERROR_SUCCESS ? 1 : 0;
 }
-
-}  // namespace
 
 int WriteLocalText(const char* key, const char* value, const char* text)
 {

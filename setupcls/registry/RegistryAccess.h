@@ -25,6 +25,7 @@ using RecordList = std::vector<RecordPlace>;
 // ---- The fall-back lists, newest first (CTambRegistryKeys.cpp). ----
 KeyList HomeDirKeys();       // HOME: ends with the 32-bit view of the product's Base key
 KeyList DirectoryKeys();     // DATABASE, LOG, TEMP
+KeyList BaseKeys(const char* subKey);  // each generation's Base + subKey, in DirectoryKeys' order
 KeyList AgentKeys();         // Path of the client agent
 KeyList AlertPathKeys();     // HOME of the alert component
 KeyList AlertKeys();         // CurrentBuildNumber of the alert component
@@ -32,6 +33,7 @@ KeyList WindowsOwnerKeys();  // RegisteredOwner, RegisteredOrganization of Windo
 KeyList LocalHomeKeys();     // the fixed current-generation Path key, then its Wow6432Node path
 RecordList ProductRecordPlaces();                 // the product's own record
 RecordList NamedRecordPlaces(const char* name);   // any product's record, 32-bit view first
+RecordList RecordPlacesIn(const KeyList& keys, const char* name);  // each key's 32-bit view, then it
 
 // key + sub key, joined as given ("...\Base" + "\Path").
 CString Join(const char* key, const char* subKey);
@@ -54,7 +56,11 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
 int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* record);
 
 // ---- Writing, always to the local HKEY_LOCAL_MACHINE. 1 when created and written. ----
+int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes);
 int WriteLocalText(const char* key, const char* value, const char* text);
 int WriteLocalNumber(const char* key, const char* value, DWORD number);
+
+// ---- Helper libraries (CTambRegistry.cpp): from the current folder first, then by name. ----
+UniqueModule LoadHelperLibrary(const char* fileName);
 
 }  // namespace registry

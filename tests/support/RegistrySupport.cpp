@@ -67,6 +67,11 @@ bool RegWrite(REGSAM view, const std::string& key, const char* value, const void
     return Write(view, key, value, REG_BINARY, data, size);
 }
 
+bool RegWriteNumber(REGSAM view, const std::string& key, const char* value, DWORD number)
+{
+    return Write(view, key, value, REG_DWORD, &number, sizeof(number));
+}
+
 void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
 {
     if (Key handle = Open(view, key, KEY_SET_VALUE))

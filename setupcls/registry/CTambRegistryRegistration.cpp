@@ -1,0 +1,430 @@
+// Product registration and uninstall entries: product records and the records of replaced
+// products, the Windows uninstall entries and shared-DLL counts, the maker's list of installed
+// products, the key families below the maker and product keys, and the registered user.
+#include "CTambRegistry.h"
+
+#include "registry/RegistryAccess.h"
+
+#include <cstring>
+
+using namespace registry;
+
+namespace {
+
+bool Named(const char* text)
+{
+    return text && *text;
+}
+
+CString ProductsKeyOf(const CString& parent)
+{
+    return parent + "\\" + CTambRegistry::m_sProducts;
+}
+
+// The key whose "Products" sub key holds the record of name. The patch manager keeps its record
+// apart, and is found (GetProductInfo), registered and unregistered there alike.
+CString ProductsParentOf(const char* name)
+{
+    if (CString(name) != CTambRegistry::m_sPatchManagerProduct)
+        return CTambRegistry::m_sDrosvaneKey;
+    CString products = CTambRegistry::m_sPatchManagerProductsKey;
+    return products.Left(products.ReverseFind('\\'));  // a constant of plain ASCII
+}
+
+int WriteRecord(const CString& key, const char* name, const tagProductStruct* record)
+{
+    if (!Named(name) || !record)
+        return 0;
+    return WriteLocalValue(key, name, REG_BINARY, reinterpret_cast<const BYTE*>(record), sizeof(*record));
+}
+
+// Deletes the record, then the Products key below parent once it holds no value. Neither
+// deletion has a fall-back: a name that is not there is no error, and a Products key that still
+// has sub keys stays.
+void DeleteRecord(const CString& parent, const char* name)
+{
+    if (!Named(name))
+        return;
+    bool empty = false;
+    {
+        UniqueKey products;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, ProductsKeyOf(parent), 0, KEY_ALL_ACCESS, products.put())
+            != ERROR_SUCCESS)
+            return;
+        RegDeleteValueA(products.get(), name);
+        char first[2];
+        DWORD length = sizeof(first);
+        empty = RegEnumValueA(products.get(), 0, first, &length, nullptr, nullptr, nullptr, nullptr)
+                == ERROR_NO_MORE_ITEMS;
+    }
+    UniqueKey parentKey;
+    if (empty && RegOpenKeyExA(HKEY_LOCAL_MACHINE, parent, 0, KEY_ALL_ACCESS, parentKey.put()) == ERROR_SUCCESS)
+        RegDeleteKeyA(parentKey.get(), CTambRegistry::m_sProducts);
+}
+
+unsigned MajorOf(unsigned short version)
+{
+    return HIBYTE(version);
+}
+
+unsigned MinorOf(unsigned short version)
+{
+    return LOBYTE(version);
+}
+
+// Products from 6.6 on keep the records they replace apart from those of earlier releases.
+const unsigned kBNOldMajor = 6;
+const unsigned kBNOldMinor = 6;
+
+// Windows NT 4.0 or later, answered as CComputer::IsNT4xOrLater answers it: a major version
+// above 3, and a version that cannot be read counts as older. Asked here so that the registry
+// code does not depend on the system classes for one call.
+bool IsNT4xOrLater()
+{
+    OSVERSIONINFOA info;
+    memset(&info, 0, sizeof(info));
+    info.dwOSVersionInfoSize = sizeof(info);
+    return GetVersionExA(&info) && info.dwMajorVersion > 3;
+}
+
+CString UninstallEntryOf(const char* subKey)
+{
+    return CString(CTambRegistry::m_sUninstallKey) + "\\" + subKey;
+}
+
+// ---- Shared-DLL counts. ----
+
+UniqueKey OpenSharedDLLs()
+{
+    UniqueKey key;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sSharedDLLKey, 0, KEY_ALL_ACCESS, key.put())
+        != ERROR_SUCCESS)
+        key.release();  // whatever the failed call left there is no key
+    return key;
+}
+
+// The count stored for path; false when there is none or the value is no count.
+bool ReadCount(HKEY key, const char* path, DWORD& count)
+{
+    DWORD type = REG_NONE;
+    DWORD bytes = sizeof(count);
+    return RegQueryValueExA(key, path, nullptr, &type, reinterpret_cast<BYTE*>(&count), &bytes) == ERROR_SUCCESS
+           && type == REG_DWORD && bytes == sizeof(count);
+}
+
+bool WriteCount(HKEY key, const char* path, DWORD count)
+{
+    return RegSetValueExA(key, path, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&count), sizeof(count))
+           == ERROR_SUCCESS;
+}
+
+// ---- Keys below a root (the maker key or the product key). ----
+
+// root + "\" + key; empty when key is, so that no operation ever reaches the root itself.
+CString Below(const CString& root, const CString& key)
+{
+    return key.IsEmpty() ? CString() : root + "\\" + key;
+}
+
+int AddKeyBelow(const CString& root, const CString& key)
+{
+    const CString path = Below(root, key);
+    UniqueKey handle;
+    return !path.IsEmpty()
+                   && RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, handle.put(),
+                                      nullptr)
+                          == ERROR_SUCCESS
+               ? 1
+               : 0;
+}
+
+// A key with sub keys is not deleted: a wrong name must never take a whole branch with it.
+void DeleteKeyBelow(const CString& root, const CString& key)
+{
+    const CString path = Below(root, key);
+    if (!path.IsEmpty())
+        RegDeleteKeyA(HKEY_LOCAL_MACHINE, path);
+}
+
+int SetValueBelow(const CString& root, const CString& key, const CString& value, unsigned long type,
+                  const unsigned char* data, unsigned long size)
+{
+    const CString path = Below(root, key);
+    if (path.IsEmpty() || value.IsEmpty() || !data)
+        return 0;
+    return WriteLocalValue(path, value, type, data, size);
+}
+
+// As RegQueryValueExA: type may be null, and data null asks for the size alone.
+int QueryValueBelow(const CString& root, const CString& key, const CString& value, unsigned long* type,
+                    unsigned char* data, unsigned long* size)
+{
+    const CString path = Below(root, key);
+    if (path.IsEmpty() || value.IsEmpty() || !size)
+        return 0;
+    UniqueKey handle;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, handle.put()) != ERROR_SUCCESS)
+        return 0;
+    return RegQueryValueExA(handle.get(), value, nullptr, type, data, size) == ERROR_SUCCESS ? 1 : 0;
+}
+
+int SetTamberlyText(const CString& key, const char* value, const char* text)
+{
+    return CTambRegistry::SetTamberlyKeyValue(key, value, REG_SZ, reinterpret_cast<const unsigned char*>(text),
+                                              static_cast<unsigned long>(strlen(text) + 1));
+}
+
+CString BNITProductKey()
+{
+    return CString(CTambRegistry::m_sBNInstalledITProducts) + "\\" + CTambRegistry::m_sDrosvane;
+}
+
+// QWTOOL.DLL: the product's services run under the account the tool creates.
+//   DWORD __stdcall QwtSetUserAccountA(const char* name, const char* domain, const char* password,
+//                                      const char* server)
+// The tool reports success with nonzero low 16 bits; the high ones carry nothing for setup.
+typedef DWORD(WINAPI* SetUserAccountExport)(const char*, const char*, const char*, const char*);
+
+// Editions with a sub type of 0 or 1 are not listed among the maker's installed products.
+bool ListedEdition(int subType)
+{
+    return subType != 0 && subType != 1;
+}
+
+}  // namespace
+
+// ---- Product records. ----
+
+int CTambRegistry::RegisterProduct(const char* name, tagProductStruct* record)
+{
+    return WriteRecord(ProductsKeyOf(ProductsParentOf(name)), name, record);
+}
+
+void CTambRegistry::UnregisterProduct(const char* name)
+{
+    DeleteRecord(ProductsParentOf(name), name);
+}
+
+int CTambRegistry::RegisterProduct_SQM(const char* name, tagProductStruct* record)
+{
+    return WriteRecord(ProductsKeyOf(m_sSQMKey), name, record);
+}
+
+void CTambRegistry::UnregisterProduct_SQM(const char* name)
+{
+    DeleteRecord(m_sSQMKey, name);
+}
+
+void CTambRegistry::UnregisterTamberlyProduct(const char* name)
+{
+    DeleteRecord(m_sOldTamberlyKey, name);
+}
+
+int CTambRegistry::IsProductInstalled_SQM(const char* name, HKEY root)
+{
+    if (!Named(name))
+        return 0;
+    tagProductStruct record;
+    return ReadRecordFromPlaces(root, RecordPlacesIn({ProductsKeyOf(m_sSQMKey)}, name), &record);
+}
+
+int CTambRegistry::IsProductInstalled(const char* name, unsigned short major, unsigned short minor)
+{
+    tagProductStruct record;
+    return GetProductInfo(name, &record) && MajorOf(record.wVersionNumber) == major
+                   && MinorOf(record.wVersionNumber) == minor
+               ? 1
+               : 0;
+}
+
+int CTambRegistry::SavePerviousRegisterProduct(const char* name, unsigned short major, unsigned short minor)
+{
+    tagProductStruct record;
+    if (!GetProductInfo(name, &record))
+        return 0;
+    const unsigned storedMajor = MajorOf(record.wVersionNumber);
+    const unsigned storedMinor = MinorOf(record.wVersionNumber);
+    if (storedMajor > major || (storedMajor == major && storedMinor >= minor))
+        return 0;
+    const bool bn = storedMajor > kBNOldMajor || (storedMajor == kBNOldMajor && storedMinor >= kBNOldMinor);
+    const CString target = m_sDrosvaneKey + "\\" + (bn ? m_sBNOldProducts : m_sOldProducts);
+    if (!WriteRecord(target, name, &record))
+        return 0;
+    UnregisterTamberlyProduct(name);
+    return 1;
+}
+
+// ---- Uninstall entries. ----
+
+int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayName, const char* uninstallString)
+{
+    if (!Named(subKey) || !Named(displayName) || !Named(uninstallString))
+        return 0;
+    if (!IsNT4xOrLater())
+        return 1;
+    const CString entry = UninstallEntryOf(subKey);
+    return WriteLocalText(entry, m_sDisplayName, displayName) && WriteLocalText(entry, m_sUninstallString, uninstallString)
+               ? 1
+               : 0;
+}
+
+// Only the entry's own key goes; the Uninstall key stays whatever it holds.
+void CTambRegistry::DeleteUninstallKey(const char* subKey)
+{
+    if (Named(subKey))
+        RegDeleteKeyA(HKEY_LOCAL_MACHINE, UninstallEntryOf(subKey));
+}
+
+int CTambRegistry::CreateDrosvaneUninstallKey()
+{
+    const CString path = m_settings.DrosvanePath();
+    if (!MayWrite() || path.IsEmpty())
+        return 0;
+    CString command;
+    command.Format(m_sUninstallCommand, path.GetString());
+    return CreateUninstallKey(m_sDrosvaneUninstallKey, m_settings.ProductName(), command);
+}
+
+void CTambRegistry::DeleteDrosvaneUninstallKey()
+{
+    DeleteUninstallKey(m_sDrosvaneUninstallKey);
+}
+
+// ---- Shared-DLL counts. ----
+
+int CTambRegistry::IncrementSharedDLLCount(const char* path, int keep)
+{
+    if (!Named(path))
+        return 0;
+    UniqueKey key = OpenSharedDLLs();
+    if (!key)
+        return 0;
+    DWORD count = 0;
+    if (!ReadCount(key.get(), path, count))
+        count = 1;
+    else if (!keep)
+        ++count;
+    return WriteCount(key.get(), path, count) ? 1 : 0;
+}
+
+// A stored 0 is a count that went wrong before; it wraps to 4294967295 and is written back, so
+// that no later uninstaller takes it for the last reference and deletes a file still in use.
+// The answer is the new count even when writing it failed: the stored count is then higher,
+// never lower, than the answer says.
+unsigned long CTambRegistry::DecrementSharedDLLCount(const char* path)
+{
+    if (!Named(path))
+        return 0;
+    UniqueKey key = OpenSharedDLLs();
+    DWORD count = 0;
+    if (!key || !ReadCount(key.get(), path, count))
+        return 0;
+    --count;
+    if (count == 0)
+        RegDeleteValueA(key.get(), path);
+    else
+        WriteCount(key.get(), path, count);
+    return count;
+}
+
+// ---- The maker's list of installed products. ----
+
+// An edition that is not listed has nothing to write: 1. A listed one needs its component code.
+int CTambRegistry::SetBNITProduct()
+{
+    if (!MayWrite())
+        return 0;
+    if (!ListedEdition(m_settings.ProductSubType()))
+        return 1;
+    const CString code = m_settings.ComponentCode();
+    if (code.IsEmpty())
+        return 0;
+    const CString entry = BNITProductKey();
+    return AddTamberlyKey(m_sBNInstalledITProducts) && AddTamberlyKey(entry)
+                   && SetTamberlyText(entry, m_sDisplayName, m_sDrosvane) && SetTamberlyText(entry, m_sProductCode, code)
+               ? 1
+               : 0;
+}
+
+// The values go first, so that the entry is gone from the list even when a sub key someone
+// else put below it keeps the key.
+void CTambRegistry::DeleteBNITProductBranch()
+{
+    const CString entry = BNITProductKey();
+    {
+        UniqueKey key;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, Below(m_sTamberlyKey, entry), 0, KEY_ALL_ACCESS, key.put())
+            != ERROR_SUCCESS)
+            return;
+        RegDeleteValueA(key.get(), m_sDisplayName);
+        RegDeleteValueA(key.get(), m_sProductCode);
+    }
+    DeleteTamberlyKey(entry);
+}
+
+// ---- Key families. ----
+
+int CTambRegistry::AddTamberlyKey(CString key) { return AddKeyBelow(m_sTamberlyKey, key); }
+void CTambRegistry::DeleteTamberlyKey(CString key) { DeleteKeyBelow(m_sTamberlyKey, key); }
+int CTambRegistry::SetTamberlyKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
+                                       unsigned long size)
+{
+    return SetValueBelow(m_sTamberlyKey, key, value, type, data, size);
+}
+int CTambRegistry::QueryTamberlyKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
+                                         unsigned long* size)
+{
+    return QueryValueBelow(m_sTamberlyKey, key, value, type, data, size);
+}
+
+int CTambRegistry::AddDrosvaneKey(CString key) { return AddKeyBelow(m_sDrosvaneKey, key); }
+void CTambRegistry::DeleteDrosvaneKey(CString key) { DeleteKeyBelow(m_sDrosvaneKey, key); }
+int CTambRegistry::SetDrosvaneKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
+                                       unsigned long size)
+{
+    return SetValueBelow(m_sDrosvaneKey, key, value, type, data, size);
+}
+int CTambRegistry::QueryDrosvaneKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
+                                         unsigned long* size)
+{
+    return QueryValueBelow(m_sDrosvaneKey, key, value, type, data, size);
+}
+
+// ---- The registered user and the system account. ----
+
+int CTambRegistry::GetDrosvaneUserName(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, BaseKeys(m_sUserSubKey), m_sRegisteredName, buffer, size);
+}
+
+int CTambRegistry::GetDrosvaneOrganization(char* buffer, unsigned long& size, HKEY root)
+{
+    return ReadTextFromKeys(root, BaseKeys(m_sUserSubKey), m_sRegisteredOrg, buffer, size);
+}
+
+const char* CTambRegistry::GetDrosvaneUserName()
+{
+    return Refresh(m_sUserName, &CTambRegistry::GetDrosvaneUserName);
+}
+
+const char* CTambRegistry::GetDrosvaneOrganization()
+{
+    return Refresh(m_sOrganization, &CTambRegistry::GetDrosvaneOrganization);
+}
+
+// A missing entry counts as a failed call.
+void CTambRegistry::AddSystemUserAccount() const
+{
+    UniqueModule qwtool = LoadHelperLibrary("QWTOOL.DLL");
+    if (!qwtool) {
+        Trace("%s", "\tFailed to load QWTOOL.DLL to create system user account.");
+        return;
+    }
+    auto add = reinterpret_cast<SetUserAccountExport>(
+        reinterpret_cast<void*>(GetProcAddress(qwtool.get(), "QwtSetUserAccountA")));
+    if (!add
+        || LOWORD(add(m_settings.SystemAccountName(), m_settings.SystemAccountDomain(),
+                      m_settings.SystemAccountPassword(), m_settings.SystemAccountServer()))
+               == 0)
+        Trace("%s", "\tFailed to add a user account");
+}
