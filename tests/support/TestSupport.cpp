@@ -116,13 +116,22 @@ void RemoveTree(const std::string& path)
     RemoveDirectoryA(path.c_str());
 }
 
-long RunProgram(const std::string& commandLine, DWORD timeoutMs)
+namespace {
+
+long RunWithOutput(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
 {
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
+    if (output) {
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+        startup.hStdOutput = output;
+        startup.hStdError = output;
+    }
     PROCESS_INFORMATION process = {};
     std::string line = commandLine;
-    if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+    if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, output != nullptr, 0, nullptr, nullptr, &startup,
+                        &process))
         return -1;
     long result = -1;
     if (WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0) {
@@ -134,6 +143,30 @@ long RunProgram(const std::string& commandLine, DWORD timeoutMs)
     }
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
+    return result;
+}
+
+}  // namespace
+
+long RunProgram(const std::string& commandLine, DWORD timeoutMs)
+{
+    return RunWithOutput(commandLine, nullptr, timeoutMs);
+}
+
+// The output goes through a temporary file: no pipe to drain while the program runs.
+long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs)
+{
+    output.clear();
+    TempDir dir;
+    const std::string file = dir / "output.txt";
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    HANDLE handle = CreateFileA(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return -1;
+    long result = RunWithOutput(commandLine, handle, timeoutMs);
+    CloseHandle(handle);
+    output = ReadFileBytes(file);
     return result;
 }
 

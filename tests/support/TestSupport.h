@@ -67,4 +67,7 @@ void RemoveTree(const std::string& path);
 // or does not end within the timeout.
 long RunProgram(const std::string& commandLine, DWORD timeoutMs = 60000);
 
+// The same, with what the program writes to its standard output and error in output.
+long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs = 60000);
+
 }  // namespace testsupport

@@ -1,0 +1,41 @@
+#include "Report.h"
+
+#include "CLog.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+bool StepReport::Step(const char* name, bool ok)
+{
+    ++m_steps;
+    if (!ok)
+        ++m_failures;
+    printf("  %-7s %s\n", ok ? "ok" : "FAILED", name);
+    fflush(stdout);
+    if (ok)
+        CLog::Write(m_traceFile, "%s", name);
+    else
+        CLog::Write(m_traceFile, "\tFailed: %s", name);
+    return ok;
+}
+
+void StepReport::Note(const char* format, ...)
+{
+    CString text;
+    va_list args;
+    va_start(args, format);
+    text.FormatV(format, args);
+    va_end(args);
+    printf("          %s\n", text.GetString());
+    CLog::Write(m_traceFile, "\t\t%s", text.GetString());
+}
+
+int StepReport::Finish(const char* command) const
+{
+    if (m_failures == 0)
+        printf("%s: %d steps, all done\n", command, m_steps);
+    else
+        printf("%s: %d steps, %d failed\n", command, m_steps, m_failures);
+    CLog::Write(m_traceFile, "%s finished: %d steps, %d failed", command, m_steps, m_failures);
+    return m_failures;
+}

@@ -1,0 +1,65 @@
+// The reference installer host end to end: install from the example medium, read the
+// installation back, remove it. The product's keys land in the 32-bit view of this 32-bit
+// library and are gone after the uninstall.
+#include "RegistrySupport.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace testsupport;
+
+namespace {
+
+const std::string kProductKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup";
+const std::string kUninstallKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\BN Drosvane Backup";
+const std::string kHome = "C:\\Program Files\\Brannoch\\Drosvane\\";
+
+std::string Dvsetup(const std::string& command, const TempDir& logs)
+{
+    return "\"" + ExeDir() + "..\\medium\\dvsetup.exe\" " + command + " /l:" + (logs / "dvsetup.log") +
+           " /t:" + (logs / "dvsetup.trc");
+}
+
+}  // namespace
+
+TEST(Dvsetup, InstallStatusUninstall)
+{
+    ScopedRegistryKeys cleanup({"SOFTWARE\\Brannoch", kUninstallKey});
+    const bool makerFolderExisted = GetFileAttributesA("C:\\Program Files\\Brannoch") != INVALID_FILE_ATTRIBUTES;
+    TempDir logs;
+
+    std::string output;
+    ASSERT_EQ(0, RunProgramCapture(Dvsetup("install", logs), output)) << output;
+    EXPECT_EQ(kHome, RegRead(kView32, kProductKey + "\\Base\\Path", "HOME"));
+    EXPECT_EQ(kHome + "LOG", RegRead(kView32, kProductKey + "\\Base\\Path", "LOG"));
+    EXPECT_EQ("Example Administrator", RegRead(kView32, kProductKey + "\\Base\\User", "Name"));
+    EXPECT_EQ("1", RegRead(kView32, kProductKey + "\\Base\\Components", "SERVER"));
+    EXPECT_EQ("BN Drosvane Backup - Advanced Edition", RegRead(kView32, kUninstallKey, "DisplayName"));
+    EXPECT_NE("-", RegRead(kView32, kProductKey + "\\Products", "QuellmarshAB"));
+    EXPECT_FALSE(RegKeyExists(kView64, kProductKey)) << "a 32-bit product's keys stay out of the 64-bit view";
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((kHome + "DATABASE").c_str()));
+
+    ASSERT_EQ(0, RunProgramCapture(Dvsetup("status", logs), output)) << output;
+    EXPECT_NE(std::string::npos, output.find("HKLM\\" + kProductKey + "\\Base\\Path  [32-bit view]")) << output;
+    EXPECT_NE(std::string::npos, output.find("version ")) << output;
+
+    ASSERT_EQ(0, RunProgramCapture(Dvsetup("uninstall", logs), output)) << output;
+    EXPECT_FALSE(RegKeyExists(kView32, kProductKey));
+    EXPECT_FALSE(RegKeyExists(kView32, kUninstallKey));
+    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(kHome.c_str()));
+    EXPECT_EQ(1, RunProgramCapture(Dvsetup("status", logs), output)) << "status after uninstall: " << output;
+
+    const std::string trace = ReadFileBytes(logs / "dvsetup.trc");
+    EXPECT_NE(std::string::npos, trace.find("install finished: 6 steps, 0 failed")) << trace;
+    if (!makerFolderExisted)
+        RemoveTree("C:\\Program Files\\Brannoch");
+}
+
+TEST(Dvsetup, WrongCommandLineGivesUsage)
+{
+    TempDir logs;
+    std::string output;
+    EXPECT_EQ(2, RunProgramCapture(Dvsetup("", logs), output));
+    EXPECT_EQ(2, RunProgramCapture(Dvsetup("reinstall", logs), output));
+    EXPECT_NE(std::string::npos, output.find("usage: dvsetup")) << output;
+}
