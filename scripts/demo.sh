@@ -23,9 +23,11 @@ for command in install status uninstall; do
     failed=$((failed + 1))
   fi
 done
-echo
-echo "== trace file"
-cat "$logs/dvsetup.trc" 2>/dev/null | tr -d '\r'
+for file in dvsetup.trc dvsetup.log; do
+  echo
+  echo "== $file (the library's own lines are in the log file)"
+  tr -d '\r' < "$logs/$file" 2>/dev/null
+done
 rm -rf "$logs"
 echo
 if [ "$failed" -eq 0 ]; then echo "demo: all commands done"; else echo "demo: $failed command(s) failed"; fi
