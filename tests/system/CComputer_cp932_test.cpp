@@ -10,7 +10,6 @@
 #include <lm.h>
 
 #include <string>
-#include <vector>
 
 using testsupport::ReadFileBytes;
 using testsupport::TempDir;
@@ -18,107 +17,63 @@ using testsupport::WriteFileBytes;
 
 namespace {
 
-const std::string kTrail5C = "\x95\x5C";     // ends in a 0x5C trail byte
-const std::string kTrailLead = "\x81\x95";   // ends in a trail byte that is also a lead byte
-
-bool IsDirectory(const std::string& path)
-{
-    DWORD attributes = GetFileAttributesA(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
-}
+const std::string kKanji = "\x95\x5C";  // ends in a 0x5C trail byte
+const std::string kPair = "\x81\x95";   // ends in a trail byte that is also a lead byte
 
 bool Exists(const std::string& path)
 {
     return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-std::vector<std::string> Entries(const std::string& folder)
-{
-    std::vector<std::string> names;
-    WIN32_FIND_DATAA entry;
-    HANDLE find = FindFirstFileA((folder + "\\*").c_str(), &entry);
-    if (find == INVALID_HANDLE_VALUE)
-        return names;
-    do {
-        std::string name = entry.cFileName;
-        if (name != "." && name != "..")
-            names.push_back(name);
-    } while (FindNextFileA(find, &entry));
-    FindClose(find);
-    return names;
-}
-
 class CComputerCp932 : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(932u, GetACP()) << "this program must run with code page 932"; }
-
-    TempDir m_dir;
 };
 
 }  // namespace
 
 TEST_F(CComputerCp932, CreateDirectoryKeepsDoubleByteCharactersWhole)
 {
-    // "<kanji>\<pair>\sub": neither 0x5C trail byte nor the lead-valued trail byte splits a level.
-    const std::string kanji = m_dir / kTrail5C;
-    const std::string pair = kanji + "\\" + kTrailLead;
-    EXPECT_EQ(1, CComputer::CreateDirectoryA((pair + "\\sub").c_str(), 0));
-    EXPECT_EQ(std::vector<std::string>{kTrail5C}, Entries(m_dir.path()));
-    EXPECT_EQ(std::vector<std::string>{kTrailLead}, Entries(kanji));
-    EXPECT_TRUE(IsDirectory(pair + "\\sub"));
-
-    // A path that ends in the 0x5C trail byte names the folder itself.
-    const std::string other = m_dir / ("x" + kTrail5C);
-    EXPECT_EQ(1, CComputer::CreateDirectoryA(other.c_str(), 0));
-    EXPECT_TRUE(IsDirectory(other));
-    EXPECT_EQ(1, CComputer::DirectoryExists(other.c_str()));
+    TempDir dir;
+    // Neither trail byte splits a level; a path may end in the 0x5C trail byte.
+    EXPECT_EQ(1, CComputer::CreateDirectoryA((dir / (kKanji + "\\" + kPair + "\\sub")).c_str(), 0));
+    EXPECT_EQ(1, CComputer::CreateDirectoryA((dir / ("x" + kKanji)).c_str(), 0));
+    for (const std::string& level : {kKanji, kKanji + "\\" + kPair, kKanji + "\\" + kPair + "\\sub", "x" + kKanji})
+        EXPECT_EQ(1, CComputer::DirectoryExists((dir / level).c_str())) << level;
+    WIN32_FIND_DATAA entry;
+    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA((dir / "\x95").c_str(), &entry));  // no cut-off level
 }
 
-TEST_F(CComputerCp932, FolderOperationsSearchInsideAFolderEndingInA5CTrailByte)
+TEST_F(CComputerCp932, FolderOperationsWorkInsideAFolderEndingInA5CTrailByte)
 {
-    // A decoy beside the folder matches "<kanji>*.txt": it is found only when the folder text
-    // loses its separator, and must survive.
-    const std::string folder = m_dir / kTrail5C;
+    // A decoy beside the folder matches "<kanji>*.txt": it would be found only if the folder
+    // text lost its separator.
+    TempDir dir;
+    const std::string folder = dir / kKanji;
+    const std::string decoy = dir / (kKanji + "decoy.txt");
     ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(m_dir / (kTrail5C + "decoy.txt"), "decoy"));
-
-    EXPECT_EQ(1, CComputer::PathEmpty(folder.c_str(), nullptr));
+    ASSERT_TRUE(WriteFileBytes(decoy, "decoy"));
     EXPECT_EQ(1, CComputer::PathEmpty(folder.c_str(), "*.txt"));
 
-    ASSERT_TRUE(WriteFileBytes(folder + "\\a.txt", "a"));
-    ASSERT_TRUE(CreateDirectoryA((folder + "\\" + kTrailLead).c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(folder + "\\" + kTrailLead + "\\b.txt", "b"));
+    ASSERT_TRUE(CreateDirectoryA((folder + "\\" + kPair).c_str(), nullptr));
+    ASSERT_TRUE(WriteFileBytes(folder + "\\" + kPair + "\\" + kKanji + ".txt", "deep"));
+    ASSERT_TRUE(WriteFileBytes(folder + "\\top.txt", "top"));
     EXPECT_EQ(0, CComputer::PathEmpty(folder.c_str(), "*.txt"));
-
     EXPECT_EQ(1, CComputer::ChangeFilesAttribute(folder.c_str(), "*", FILE_ATTRIBUTE_READONLY));
-    EXPECT_TRUE(GetFileAttributesA((folder + "\\" + kTrailLead + "\\b.txt").c_str()) & FILE_ATTRIBUTE_READONLY);
-    EXPECT_FALSE(GetFileAttributesA((m_dir / (kTrail5C + "decoy.txt")).c_str()) & FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(GetFileAttributesA((folder + "\\" + kPair + "\\" + kKanji + ".txt").c_str()) & FILE_ATTRIBUTE_READONLY);
+
+    const std::string copy = dir / ("copy" + kKanji);
+    EXPECT_EQ(1, CComputer::CopyFileRecursively(folder.c_str(), copy.c_str(), TRUE));
+    EXPECT_EQ("deep", ReadFileBytes(copy + "\\" + kPair + "\\" + kKanji + ".txt"));
 
     EXPECT_EQ(1, CComputer::DeleteFiles(folder.c_str(), "*.txt"));
-    EXPECT_FALSE(Exists(folder + "\\a.txt"));
-    EXPECT_TRUE(Exists(m_dir / (kTrail5C + "decoy.txt")));
-}
-
-TEST_F(CComputerCp932, CopyAndDeleteTreesWithDoubleByteNames)
-{
-    const std::string source = m_dir / kTrail5C;
-    ASSERT_TRUE(CreateDirectoryA(source.c_str(), nullptr));
-    ASSERT_TRUE(CreateDirectoryA((source + "\\" + kTrailLead).c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(source + "\\" + kTrailLead + "\\" + kTrail5C + ".txt", "deep"));
-    ASSERT_TRUE(WriteFileBytes(source + "\\top.txt", "top"));
-    ASSERT_TRUE(SetFileAttributesA((source + "\\top.txt").c_str(), FILE_ATTRIBUTE_READONLY));
-    ASSERT_TRUE(WriteFileBytes(m_dir / (kTrail5C + "decoy.txt"), "decoy"));
-
-    const std::string target = m_dir / ("copy" + kTrail5C);
-    EXPECT_EQ(1, CComputer::CopyFileRecursively(source.c_str(), target.c_str(), TRUE));
-    EXPECT_EQ("top", ReadFileBytes(target + "\\top.txt"));
-    EXPECT_EQ("deep", ReadFileBytes(target + "\\" + kTrailLead + "\\" + kTrail5C + ".txt"));
-
-    EXPECT_EQ(1, CComputer::DeleteTree(source.c_str()));
-    EXPECT_FALSE(Exists(source));
-    EXPECT_TRUE(Exists(m_dir / (kTrail5C + "decoy.txt")));
-    EXPECT_EQ(1, CComputer::DeleteTree((target + "\\").c_str()));
-    EXPECT_FALSE(Exists(target));
+    EXPECT_FALSE(Exists(folder + "\\top.txt"));
+    EXPECT_EQ(1, CComputer::DeleteTree(folder.c_str()));
+    EXPECT_EQ(1, CComputer::DeleteTree((copy + "\\").c_str()));
+    EXPECT_FALSE(Exists(folder));
+    EXPECT_FALSE(Exists(copy));
+    EXPECT_EQ("decoy", ReadFileBytes(decoy));
+    EXPECT_FALSE(GetFileAttributesA(decoy.c_str()) & FILE_ATTRIBUTE_READONLY);
 }
 
 namespace {
@@ -147,21 +102,19 @@ TEST_F(CComputerInterceptedCp932, DomainIsCutOnAWholeCharacter)
     SETUPCLS_HOOK_IMPORT(wksta, "NETAPI32.dll", NetWkstaGetInfo, FakeNetWkstaGetInfo);
     SETUPCLS_HOOK_IMPORT(release, "NETAPI32.dll", NetApiBufferFree, FakeNetApiBufferFree);
     ASSERT_TRUE(wksta.installed() && release.installed());
-
-    // 254 single bytes, then a kanji of two bytes: 256 bytes, one more than the 255 that fit.
-    g_langroup = std::wstring(254, L'W') + L"\x8868";
     char buffer[300];
     memset(buffer, '#', sizeof(buffer));
     unsigned long length = 256;
+
+    // 254 single bytes and a kanji: 256 bytes, one more than the 255 that fit.
+    g_langroup = std::wstring(254, L'W') + L"\x8868";
     EXPECT_EQ(1, CComputer::GetDomain(buffer, &length, nullptr));
-    EXPECT_EQ(254u, length);
     EXPECT_EQ(std::string(254, 'W'), buffer);
-    EXPECT_EQ('#', buffer[255]);
     EXPECT_EQ('#', buffer[256]);
 
     g_langroup = std::wstring(253, L'W') + L"\x8868";  // exactly 255 bytes: all of it
     length = 256;
     EXPECT_EQ(1, CComputer::GetDomain(buffer, &length, nullptr));
+    EXPECT_EQ(std::string(253, 'W') + kKanji, buffer);
     EXPECT_EQ(255u, length);
-    EXPECT_EQ(std::string(253, 'W') + kTrail5C, buffer);
 }
