@@ -38,7 +38,7 @@ void** FindSlot(HMODULE module, const char* dll, const char* function)
         // The name table runs beside the address table; without it the names are gone once
         // the loader has bound the entries.
         if (desc->OriginalFirstThunk == 0)
-            return nullptr;
+            continue;
         auto names = AtRva<const IMAGE_THUNK_DATA32>(module, desc->OriginalFirstThunk);
         auto slots = AtRva<IMAGE_THUNK_DATA32>(module, desc->FirstThunk);
         for (; names->u1.AddressOfData != 0; ++names, ++slots) {
