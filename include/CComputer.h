@@ -52,6 +52,8 @@ public:
     // machine name are used.
     static int GetDomain(char* buffer, unsigned long* length, const char* machine);
 
+    // The machine's server type has the domain controller bit (0x8) or the backup domain
+    // controller bit (0x10); 0 when the query fails. Machine names as for GetDomain.
     static int IsPrimaryDomainController(const char* machine);
     static int IsBackupDomainController(const char* machine);
 

@@ -35,11 +35,10 @@ void** FindSlot(HMODULE module, const char* dll, const char* function)
     for (auto desc = FirstImport(module); desc && desc->Name != 0; ++desc) {
         if (lstrcmpiA(AtRva<const char>(module, desc->Name), dll) != 0)
             continue;
-        // The name table and the address table run in parallel. Without a name table the
-        // address table still holds the name references until the loader binds it, which it
-        // has done by now, so such a module cannot be matched by name.
+        // The name table runs beside the address table; without it the names are gone once
+        // the loader has bound the entries.
         if (desc->OriginalFirstThunk == 0)
-            return nullptr;
+            continue;
         auto names = AtRva<const IMAGE_THUNK_DATA32>(module, desc->OriginalFirstThunk);
         auto slots = AtRva<IMAGE_THUNK_DATA32>(module, desc->FirstThunk);
         for (; names->u1.AddressOfData != 0; ++names, ++slots) {

@@ -2,13 +2,13 @@
 
 namespace testsupport {
 
-ScopedLibraryPath::ScopedLibraryPath(const char* fixture, const char* loadName) : m_path(m_dir / loadName)
+ScopedLibraryPath::ScopedLibraryPath(const char* fixture, const char* loadName)
 {
     char old[MAX_PATH] = {};
     DWORD length = GetDllDirectoryA(MAX_PATH, old);
     if (length < MAX_PATH)
         m_oldDirectory.assign(old, length);
-    m_ok = CopyFixture(fixture, m_path) && SetDllDirectoryA(m_dir.path().c_str());
+    m_ok = CopyFixture(fixture, m_dir / loadName) && SetDllDirectoryA(m_dir.path().c_str());
 }
 
 ScopedLibraryPath::~ScopedLibraryPath()

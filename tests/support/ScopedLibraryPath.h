@@ -1,18 +1,11 @@
-// ScopedLibraryPath: makes a fixture DLL the one that LoadLibrary finds by a bare name (the
-// product's libraries, "QWTOOL.DLL" and the like, are loaded by name), for one scope.
-//
-// The fixture is copied under the load name into a fresh temporary folder, which becomes the
-// process's DLL directory (SetDllDirectoryA). At exit the earlier DLL directory is restored and
-// the folder removed, so no later test finds the library by accident. Fixtures never lie beside
-// the test programs, where every test would find them.
-//
-//     ScopedLibraryPath qwtool("QWTOOL.DLL", "QWTOOL.DLL");
-//     ASSERT_TRUE(qwtool.ok());
+// ScopedLibraryPath: for one scope, LoadLibrary finds a fixture DLL under a bare name (the
+// product's libraries, "QWTOOL.DLL" and the like, are loaded by name). The fixture is copied
+// under that name into a fresh temporary folder that becomes the DLL directory
+// (SetDllDirectoryA); at exit the earlier DLL directory comes back and the folder goes.
+// Fixtures never lie beside the test programs, where every test would find them.
 #pragma once
 
 #include "TestSupport.h"
-
-#include <string>
 
 namespace testsupport {
 
@@ -24,11 +17,9 @@ public:
     ScopedLibraryPath& operator=(const ScopedLibraryPath&) = delete;
 
     bool ok() const { return m_ok; }
-    const std::string& path() const { return m_path; }  // the copied library
 
 private:
     TempDir m_dir;
-    std::string m_path;
     std::string m_oldDirectory;
     bool m_ok = false;
 };
