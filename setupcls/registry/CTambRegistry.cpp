@@ -411,45 +411,35 @@ bool CTambRegistry::RefreshProduct(tagProductStruct& record) const
     return m_hRoot && GetDrosvaneProductInfo(&record, m_hRoot);
 }
 
-unsigned long CTambRegistry::GetDrosvaneUserLevel()
+namespace {
+
+// Refreshes one cached field of the product record from a fresh read; the cached value stands
+// when the record cannot be read.
+template <typename Field, typename Pick>
+Field RefreshField(bool read, const tagProductStruct& record, Field& cache, Pick pick)
 {
-    tagProductStruct record;
-    if (RefreshProduct(record))
-        m_dwUserLevel = record.dwUserLevel;
-    return m_dwUserLevel;
+    if (read)
+        cache = static_cast<Field>(pick(record));
+    return cache;
 }
 
-unsigned long CTambRegistry::GetDrosvaneProductCode()
-{
-    tagProductStruct record;
-    if (RefreshProduct(record))
-        m_dwProductCode = record.dwProductCode;
-    return m_dwProductCode;
-}
+}  // namespace
 
-unsigned short CTambRegistry::GetDrosvaneVersionNumber()
-{
-    tagProductStruct record;
-    if (RefreshProduct(record))
-        m_wVersionNumber = record.wVersionNumber;
-    return m_wVersionNumber;
-}
+#define SETUPCLS_RECORD_GETTER(Type, Getter, cache, member)                                    \
+    Type CTambRegistry::Getter()                                                               \
+    {                                                                                          \
+        tagProductStruct record;                                                               \
+        bool read = RefreshProduct(record);                                                    \
+        return RefreshField(read, record, cache, [](const tagProductStruct& r) { return r.member; }); \
+    }
 
-unsigned short CTambRegistry::GetDrosvaneBuildNumber()
-{
-    tagProductStruct record;
-    if (RefreshProduct(record))
-        m_wBuildNumber = record.wBuildNumber;
-    return m_wBuildNumber;
-}
+SETUPCLS_RECORD_GETTER(unsigned long, GetDrosvaneUserLevel, m_dwUserLevel, dwUserLevel)
+SETUPCLS_RECORD_GETTER(unsigned long, GetDrosvaneProductCode, m_dwProductCode, dwProductCode)
+SETUPCLS_RECORD_GETTER(unsigned short, GetDrosvaneVersionNumber, m_wVersionNumber, wVersionNumber)
+SETUPCLS_RECORD_GETTER(unsigned short, GetDrosvaneBuildNumber, m_wBuildNumber, wBuildNumber)
+SETUPCLS_RECORD_GETTER(unsigned char, GetDrosvaneSubType, m_bySubType, chSubType)
 
-unsigned char CTambRegistry::GetDrosvaneSubType()
-{
-    tagProductStruct record;
-    if (RefreshProduct(record))
-        m_bySubType = static_cast<unsigned char>(record.chSubType);
-    return m_bySubType;
-}
+#undef SETUPCLS_RECORD_GETTER
 
 const tagProductStruct* CTambRegistry::GetDrosvaneProductInfo()
 {
