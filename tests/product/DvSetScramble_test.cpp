@@ -13,13 +13,8 @@ using namespace testsupport;
 namespace {
 
 using Bytes = std::vector<BYTE>;
+const BYTE* const kPlain = reinterpret_cast<const BYTE*>("password");  // scrambles to 16 bytes
 
-const BYTE* AsBytes(const std::string& text)
-{
-    return reinterpret_cast<const BYTE*>(text.data());
-}
-
-// Scrambles or unscrambles (direction is one of the two functions) into a roomy buffer.
 Bytes Through(decltype(&DVSET_ZOREncrypt) direction, const Bytes& in)
 {
     Bytes out(256);
@@ -30,7 +25,7 @@ Bytes Through(decltype(&DVSET_ZOREncrypt) direction, const Bytes& in)
 }
 
 // DVDCEN.DLL in a fresh current folder, where the search finds it (the test program's folder and
-// its parent hold no SETUP.INF). The folder is removed after the current folder moved back.
+// its parent hold no SETUP.INF).
 class Scramble : public ::testing::Test {
 protected:
     void SetUp() override
@@ -38,9 +33,8 @@ protected:
         ASSERT_TRUE(CopyFixture("DVDCEN.DLL", m_dir / "DVDCEN.DLL"));
         ASSERT_TRUE(SetCurrentDirectoryA(m_dir.path().c_str()));
     }
-
     TempDir m_dir;
-    ScopedCurrentDir m_keepFolder;
+    ScopedCurrentDir m_keepFolder;  // moves back before the folder goes
     ScopedEnv m_noTrace{DVSET_TRACE_FILE_VARIABLE, nullptr};
 };
 
@@ -49,30 +43,25 @@ protected:
 TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
 {
     bool sawLowByte = false;
-    const std::string plains[] = {"a", "12345678", std::string("\0\xff\x10 zero", 8), "a pass phrase of 32 characters.."};
-    for (const std::string& plain : plains) {
+    for (const std::string& plain : {std::string("a"), std::string("\0\xff\x10 zero!", 9), std::string(32, 'p')}) {
         SCOPED_TRACE(plain);
         const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(plain.begin(), plain.end()));
-        EXPECT_EQ(0u, scrambled.size() % 8);  // whole triple-DES blocks
         ASSERT_GT(scrambled.size(), plain.size());
         EXPECT_NE(plain, std::string(scrambled.begin(), scrambled.begin() + plain.size()));
         EXPECT_EQ(Bytes(plain.begin(), plain.end()), Through(DVSET_ZORDecrypt, scrambled));
 
         // The text form: the same bytes, two lower-case digits each, then a zero.
-        char text[DVSET_NUMSTR_TEXT_SIZE];
+        char text[DVSET_NUMSTR_TEXT_SIZE], pair[3];
         DWORD textLength = 0;
-        ASSERT_EQ(0, DVSET_ZOREncrypt_NUMSTR(AsBytes(plain), static_cast<DWORD>(plain.size()), text, &textLength));
+        ASSERT_EQ(0, DVSET_ZOREncrypt_NUMSTR(reinterpret_cast<const BYTE*>(plain.data()), DWORD(plain.size()), text, &textLength));
         ASSERT_EQ(2 * scrambled.size(), textLength);
         for (size_t i = 0; i < scrambled.size(); ++i) {
-            char pair[3];
             snprintf(pair, sizeof(pair), "%02x", scrambled[i]);
             EXPECT_EQ(pair, std::string(text + 2 * i, 2));
             sawLowByte = sawLowByte || scrambled[i] < 0x10;
         }
         EXPECT_EQ('\0', text[textLength]);
-
-        // Back from the text; an odd last character is ignored.
-        Bytes back(64);
+        Bytes back(64);  // back from the text; an odd last character is ignored
         DWORD backLength = static_cast<DWORD>(back.size());
         text[textLength] = '7';
         ASSERT_EQ(0, DVSET_ZORDecrypt_NUMSTR(text, textLength + 1, back.data(), &backLength));
@@ -81,15 +70,19 @@ TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
     EXPECT_TRUE(sawLowByte) << "no scrambled byte below 0x10: the text form's leading zero went unchecked";
 }
 
-TEST_F(Scramble, ResultThatDoesNotFitLeavesTheCallersBuffersAlone)
+TEST_F(Scramble, ResultThatDoesNotFitOrBadArgumentsLeaveTheCallersBuffersAlone)
 {
-    const std::string plain = "password";  // scrambles to 16 bytes
     Bytes out(15, 0xCC);
     DWORD length = 15;
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt(AsBytes(plain), 8, out.data(), &length));
-    const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(plain.begin(), plain.end()));
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt(kPlain, 8, out.data(), &length));
+    const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(kPlain, kPlain + 8));
     length = 7;
     EXPECT_NE(0, DVSET_ZORDecrypt(scrambled.data(), 16, out.data(), &length));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt(nullptr, 8, out.data(), &length));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt(kPlain, 8, out.data(), nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt_NUMSTR(nullptr, 4, out.data(), &length));
+    EXPECT_EQ(ERROR_INVALID_DATA, DVSET_ZORDecrypt_NUMSTR("0g11", 4, out.data(), &length));
+    EXPECT_NE(0, DVSET_ZORDecrypt_NUMSTR("", 0, out.data(), &length));  // nothing to unscramble
     EXPECT_EQ(7u, length);
     EXPECT_EQ(Bytes(15, 0xCC), out);
 
@@ -103,35 +96,31 @@ TEST_F(Scramble, ResultThatDoesNotFitLeavesTheCallersBuffersAlone)
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, DVSET_ZOREncrypt_NUMSTR(longPlain.data(), 72, text, &textLength));
     EXPECT_EQ(static_cast<DWORD>(DVSET_NUMSTR_TEXT_SIZE), textLength);
     EXPECT_EQ(std::string(sizeof(text), '#'), std::string(text, sizeof(text)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt_NUMSTR(kPlain, 8, text, nullptr));
 }
 
-// No library, a library without the entry points, a library that fails: every function fails
-// and the caller's buffers stay as they were (the text length keeps its preset).
+// No library, one without the entry points, one that fails: every function fails and the caller's
+// buffers stay as they were (the text length keeps its preset).
 TEST_F(Scramble, MissingOrFailingLibraryLeavesTheCallersBuffersAlone)
 {
     const struct {
         const char* library;  // copied into the current folder
         const char* failure;  // the library's own answer
         int expected;
-    } cases[] = {{nullptr, nullptr, ERROR_MOD_NOT_FOUND},
-                 {"noexports.dll", nullptr, ERROR_PROC_NOT_FOUND},
+    } cases[] = {{nullptr, nullptr, ERROR_MOD_NOT_FOUND}, {"noexports.dll", nullptr, ERROR_PROC_NOT_FOUND},
                  {"DVDCEN.DLL", "1234", 1234}};
-    const BYTE* plain = AsBytes("password");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.expected);
         DeleteFileA((m_dir / "DVDCEN.DLL").c_str());
-        if (c.library) {
-            ASSERT_TRUE(CopyFixture(c.library, m_dir / "DVDCEN.DLL"));
-        }
+        ASSERT_TRUE(!c.library || CopyFixture(c.library, m_dir / "DVDCEN.DLL"));
         ScopedEnv failure("DVDCEN_FIXTURE_RESULT", c.failure);
         Bytes out(32, 0xCC);
-        DWORD length = 32;
+        DWORD length = 32, textLength = 0;
         char text[DVSET_NUMSTR_TEXT_SIZE] = "untouched";
-        DWORD textLength = 0;
-        EXPECT_EQ(c.expected, DVSET_ZOREncrypt(plain, 8, out.data(), &length));
-        EXPECT_EQ(c.expected, DVSET_ZORDecrypt(plain, 8, out.data(), &length));
+        EXPECT_EQ(c.expected, DVSET_ZOREncrypt(kPlain, 8, out.data(), &length));
+        EXPECT_EQ(c.expected, DVSET_ZORDecrypt(kPlain, 8, out.data(), &length));
         EXPECT_EQ(c.expected, DVSET_ZORDecrypt_NUMSTR("0011223344556677", 16, out.data(), &length));
-        EXPECT_EQ(c.expected, DVSET_ZOREncrypt_NUMSTR(plain, 8, text, &textLength));
+        EXPECT_EQ(c.expected, DVSET_ZOREncrypt_NUMSTR(kPlain, 8, text, &textLength));
         EXPECT_EQ(Bytes(32, 0xCC), out);
         EXPECT_EQ(32u, length);
         EXPECT_STREQ("untouched", text);
@@ -139,78 +128,55 @@ TEST_F(Scramble, MissingOrFailingLibraryLeavesTheCallersBuffersAlone)
     }
 }
 
-TEST_F(Scramble, BadArgumentsAreRefused)
-{
-    const BYTE* plain = AsBytes("password");
-    Bytes out(32, 0xCC);
-    DWORD length = 32;
-    char text[DVSET_NUMSTR_TEXT_SIZE];
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt(nullptr, 8, out.data(), &length));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt(plain, 8, nullptr, &length));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt(plain, 8, out.data(), nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt_NUMSTR(plain, 8, text, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt_NUMSTR(nullptr, 4, out.data(), &length));
-    EXPECT_EQ(ERROR_INVALID_DATA, DVSET_ZORDecrypt_NUMSTR("0g11", 4, out.data(), &length));
-    EXPECT_NE(0, DVSET_ZORDecrypt_NUMSTR("", 0, out.data(), &length));  // nothing to unscramble
-    EXPECT_EQ(Bytes(32, 0xCC), out);
-    EXPECT_EQ(32u, length);
-    EXPECT_EQ(0, DVSET_Is3DESEncrypt(nullptr));
-    EXPECT_EQ(0, DVSET_Is3DESEncrypt(""));
-}
-
 TEST_F(Scramble, TraceLinesGoToTheFileTheSetupNames)
 {
     const std::string trace = m_dir / "trace.log";
-    const Bytes plain(5, 'p');
-    Through(DVSET_ZOREncrypt, plain);
+    Through(DVSET_ZOREncrypt, Bytes(5, 'p'));
     EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(trace.c_str())) << "no trace file was named";
     ScopedEnv traceFile(DVSET_TRACE_FILE_VARIABLE, trace.c_str());
-    Through(DVSET_ZOREncrypt, plain);
-    std::istringstream lines(ReadFileBytes(trace));
-    std::string first, second, third;
-    std::getline(lines, first);
-    std::getline(lines, second);
-    EXPECT_FALSE(std::getline(lines, third));
-    EXPECT_NE(std::string::npos, first.find("\tpOutData=")) << first;
-    EXPECT_NE(std::string::npos, first.find(" maxoutLen=8\r")) << first;
-    EXPECT_NE(std::string::npos, second.find(" IndataLen=5 *pOutData=")) << second;
-    EXPECT_NE(std::string::npos, second.find(" *pOutDataBufSize=8\r")) << second;
+    Through(DVSET_ZOREncrypt, Bytes(5, 'p'));
+    const std::string lines = ReadFileBytes(trace);
+    const size_t first = lines.find("\tpOutData="), second = lines.find(" IndataLen=5 *pOutData=");
+    EXPECT_TRUE(first < lines.find(" maxoutLen=8\r\n") && lines.find(" maxoutLen=8\r\n") < second) << lines;
+    EXPECT_NE(std::string::npos, lines.find(" *pOutDataBufSize=8\r\n", second)) << lines;
 }
 
 TEST(Is3DESEncrypt, IsTrueOnlyForMethodFour)
 {
     TempDir dir;
     const std::string file = dir / "SETUP.ICF";
-    const char* const methods[] = {"4", "3", "04", nullptr};
-    for (const char* em : methods) {
-        ASSERT_TRUE(WriteFileBytes(file, em ? std::string("[INSTALL]\r\nEM=") + em + "\r\n" : "[INSTALL]\r\n"));
-        EXPECT_EQ(em && atoi(em) == 4 ? 1 : 0, DVSET_Is3DESEncrypt(file.c_str())) << (em ? em : "no entry");
+    for (const char* em : {"EM=4\r\n", "EM=3\r\n", "EM=04\r\n", ""}) {
+        ASSERT_TRUE(WriteFileBytes(file, std::string("[INSTALL]\r\n") + em));
+        EXPECT_EQ(strchr(em, '4') ? 1 : 0, DVSET_Is3DESEncrypt(file.c_str())) << em;
     }
     EXPECT_EQ(0, DVSET_Is3DESEncrypt((dir / "missing.icf").c_str()));
+    EXPECT_EQ(0, DVSET_Is3DESEncrypt(nullptr) | DVSET_Is3DESEncrypt(""));
 }
 
-// The search for DVDCEN.DLL as a setup program in a folder of its own sees it: the fixture
-// program scrambles through SetupCLS.dll and reports the copy loaded, the library environment
-// and its current folder afterwards. Paths are under a fresh folder; "" is nothing.
+// The plain functions are reached by installer scripts through their undecorated names.
+TEST(Exports, ScramblingFunctionsAreFoundByName)
+{
+    HMODULE setupcls = GetModuleHandleA("SetupCLS.dll");
+    for (const char* name : {"DVSET_ZOREncrypt", "DVSET_ZORDecrypt", "DVSET_ZOREncrypt_NUMSTR",
+                             "DVSET_ZORDecrypt_NUMSTR", "DVSET_Is3DESEncrypt"})
+        EXPECT_NE(nullptr, reinterpret_cast<void*>(GetProcAddress(setupcls, name))) << name;
+}
+
+// A setup program in a folder of its own (a copy of the fixture program) scrambles through
+// SetupCLS.dll and reports the DVDCEN.DLL loaded, the library environment and its current folder
+// afterwards. Paths are under a fresh folder; "" is nothing.
 TEST(LibrarySearch, FindsTheLibraryInItsOrder)
 {
     const struct {
-        const char* program;    // the setup program's name (a copy of the fixture)
-        const char* setupcls;   // a copy of SetupCLS.dll, or null for the build's
-        const char* inf;        // SETUP.INF and its library folder, or null
-        const char* infFolder;
-        std::vector<const char*> libraries;  // copies of DVDCEN.DLL
-        const char* loaded;
-        const char* tsHome;  // an absolute path is set before the run
-        const char* shlibPath;
-        const char* currentFolder;
+        const char *program, *setupcls;  // the setup program; a copy of SetupCLS.dll, or null for the build's
+        const char *inf, *infFolder;     // SETUP.INF and its library folder, or null
+        std::vector<const char*> libraries;  // folders with a DVDCEN.DLL
+        const char *loaded, *tsHome, *shlibPath, *currentFolder;  // an absolute TS_HOME is set before the run
     } cases[] = {
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "..\\lib", {"lib", "setup"},
-         "lib\\DVDCEN.DLL", "D:\\kept", "setup\\..\\lib", "lib"},
-        {"setup\\install.exe", nullptr, "SETUP.INF", "lib", {"lib"},
-         "lib\\DVDCEN.DLL", "setup\\..\\lib", "setup\\..\\lib", "lib"},
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "nowhere", {"empty", "setup"},
-         "empty\\DVDCEN.DLL", "", "", "empty"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "..\\lib", {"lib", "setup"}, "lib\\DVDCEN.DLL", "D:\\kept",
+         "setup\\..\\lib", "lib"},
+        {"setup\\install.exe", nullptr, "SETUP.INF", "lib", {"lib"}, "lib\\DVDCEN.DLL", "setup\\..\\lib", "setup\\..\\lib", "lib"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "nowhere", {"empty", "setup"}, "empty\\DVDCEN.DLL", "", "", "empty"},
         {"setup\\install.exe", nullptr, nullptr, nullptr, {"setup"}, "setup\\DVDCEN.DLL", "", "", "empty"},
         // Inside the Windows Installer (msiexec, any case) the library's own folder counts.
         {"setup\\MsiExec.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "lib\\DVDCEN.DLL", "", "", "empty"},
@@ -228,19 +194,15 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
             ASSERT_TRUE(CreateDirectoryA(at(folder).c_str(), nullptr));
         ASSERT_TRUE(CopyFixture("scramblehost.exe", at(c.program)));
         const std::string setupcls = c.setupcls ? at(c.setupcls) : ExeDir() + "SetupCLS.dll";
-        if (c.setupcls) {
-            ASSERT_TRUE(CopyFileA((ExeDir() + "SetupCLS.dll").c_str(), setupcls.c_str(), FALSE));
-        }
-        if (c.inf) {
-            ASSERT_TRUE(WriteFileBytes(at(c.inf), std::string("[Components]\r\nEVPKI_LIBCFGPATH=") + c.infFolder));
-        }
+        ASSERT_TRUE(!c.setupcls || CopyFileA((ExeDir() + "SetupCLS.dll").c_str(), setupcls.c_str(), FALSE));
+        ASSERT_TRUE(!c.inf || WriteFileBytes(at(c.inf), std::string("[Components]\r\nEVPKI_LIBCFGPATH=") + c.infFolder));
         for (const char* folder : c.libraries)
             ASSERT_TRUE(CopyFixture("DVDCEN.DLL", at(folder) + "\\DVDCEN.DLL"));
         ASSERT_TRUE(SetCurrentDirectoryA(at("empty").c_str()));
 
         const std::string report = dir / "report.txt";
-        long result = RunProgram("\"" + at(c.program) + "\" \"" + setupcls + "\" \"" + report + "\"");
-        EXPECT_EQ(c.loaded[0] ? 0 : ERROR_MOD_NOT_FOUND, result);
+        EXPECT_EQ(c.loaded[0] ? 0 : ERROR_MOD_NOT_FOUND,
+                  RunProgram("\"" + at(c.program) + "\" \"" + setupcls + "\" \"" + report + "\""));
         std::istringstream lines(ReadFileBytes(report));
         for (const char* expected : {c.loaded, c.tsHome, c.shlibPath, c.currentFolder}) {
             std::string line;

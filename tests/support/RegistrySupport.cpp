@@ -17,27 +17,6 @@ Key Open(REGSAM view, const std::string& key, REGSAM access, bool create = false
     return Key(status == ERROR_SUCCESS ? handle : nullptr, &RegCloseKey);
 }
 
-bool Write(REGSAM view, const std::string& key, const char* value, DWORD type, const void* data, DWORD size)
-{
-    Key handle = Open(view, key, KEY_ALL_ACCESS, true);
-    return handle && RegSetValueExA(handle.get(), value, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
-}
-
-void DeleteTree(REGSAM view, const std::string& key)
-{
-    std::vector<std::string> children;
-    if (Key handle = Open(view, key, KEY_READ)) {
-        char name[256];
-        DWORD length = sizeof(name);
-        for (DWORD i = 0; !RegEnumKeyExA(handle.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr);
-             ++i, length = sizeof(name))
-            children.push_back(name);
-    }
-    for (const std::string& child : children)
-        DeleteTree(view, key + "\\" + child);
-    RegDeleteKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), view, 0);
-}
-
 }  // namespace
 
 bool RegKeyExists(REGSAM view, const std::string& key)
@@ -57,19 +36,15 @@ std::string RegRead(REGSAM view, const std::string& key, const char* value)
     return type == REG_SZ && size > 0 ? std::string(data, size - 1) : "<not a text>";
 }
 
+bool RegWrite(REGSAM view, const std::string& key, const char* value, DWORD type, const void* data, DWORD size)
+{
+    Key handle = Open(view, key, KEY_ALL_ACCESS, true);
+    return handle && RegSetValueExA(handle.get(), value, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
+}
+
 bool RegWrite(REGSAM view, const std::string& key, const char* value, const std::string& text)
 {
-    return Write(view, key, value, REG_SZ, text.c_str(), static_cast<DWORD>(text.size() + 1));
-}
-
-bool RegWrite(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size)
-{
-    return Write(view, key, value, REG_BINARY, data, size);
-}
-
-bool RegWriteNumber(REGSAM view, const std::string& key, const char* value, DWORD number)
-{
-    return Write(view, key, value, REG_DWORD, &number, sizeof(number));
+    return RegWrite(view, key, value, REG_SZ, text.c_str(), static_cast<DWORD>(text.size() + 1));
 }
 
 void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
@@ -80,18 +55,19 @@ void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value)
 
 ScopedRegistryKeys::ScopedRegistryKeys(const std::vector<std::string>& keys)
 {
-    for (const std::string& key : keys) {
-        for (REGSAM view : {kView32, kView64}) {
+    for (const std::string& key : keys)
+        for (REGSAM view : {kView32, kView64})
             if (!RegKeyExists(view, key))
                 m_created.emplace_back(view, key);
-        }
-    }
 }
 
 ScopedRegistryKeys::~ScopedRegistryKeys()
 {
-    for (const auto& created : m_created)
-        DeleteTree(created.first, created.second);
+    for (const auto& created : m_created) {
+        if (Key handle = Open(created.first, created.second, KEY_ALL_ACCESS))
+            RegDeleteTreeA(handle.get(), nullptr);
+        RegDeleteKeyExA(HKEY_LOCAL_MACHINE, created.second.c_str(), created.first, 0);
+    }
 }
 
 }  // namespace testsupport

@@ -15,10 +15,9 @@ const REGSAM kView64 = KEY_WOW64_64KEY;
 bool RegKeyExists(REGSAM view, const std::string& key);
 // A REG_SZ as its text, a REG_DWORD in decimal, "-" for a missing value.
 std::string RegRead(REGSAM view, const std::string& key, const char* value);
-// Creates the key and writes a REG_SZ (with its NUL), a REG_BINARY or a REG_DWORD.
+// Creates the key and writes a REG_SZ (with its NUL), or data of any type.
 bool RegWrite(REGSAM view, const std::string& key, const char* value, const std::string& text);
-bool RegWrite(REGSAM view, const std::string& key, const char* value, const void* data, DWORD size);
-bool RegWriteNumber(REGSAM view, const std::string& key, const char* value, DWORD number);
+bool RegWrite(REGSAM view, const std::string& key, const char* value, DWORD type, const void* data, DWORD size);
 void RegDeleteValueIn(REGSAM view, const std::string& key, const char* value);
 
 // Removes at scope exit the key trees, of those given, that were missing in a view when the
