@@ -8,6 +8,12 @@
 //     ASSERT_TRUE(hook.installed());
 //
 // The macro checks at compile time that the stub has the Windows function's exact type.
+//
+// Suites that use it carry "Intercepted" in their name. The machine's disks and Windows version
+// are shown this way now; the service manager's failure actions and access lists, the local
+// security authority's account rights and the firewall objects, which Wine only stubs or lacks,
+// are to be shown the same way: the stub records the call's arguments and answers as Windows
+// would, and the test checks both the call and the library's reaction to the answer.
 #pragma once
 
 #include <windows.h>
