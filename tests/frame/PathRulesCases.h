@@ -9,9 +9,7 @@
 #include <cstring>
 
 struct PathCase {
-    const char* input;
-    const char* trimmed;
-    const char* appended;
+    const char *input, *trimmed, *appended;
 };
 
 inline void ExpectPathRules(const PathCase& c)

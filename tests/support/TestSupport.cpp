@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <fstream>
+#include <iterator>
 
 namespace testsupport {
 
@@ -25,10 +26,8 @@ TempDir::TempDir()
     char temp[MAX_PATH] = {};
     GetTempPathA(MAX_PATH, temp);
     const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = info ? info->name() : "setup";
-    char unique[64];
-    snprintf(unique, sizeof(unique), "-%lu-%d", GetCurrentProcessId(), ++counter);
-    m_path = std::string(temp) + "SetupCLS-" + name + unique;
+    m_path = std::string(temp) + "SetupCLS-" + (info ? info->name() : "setup") + "-" +
+             std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++counter);
     RemoveTree(m_path);
     CreateDirectoryA(m_path.c_str(), nullptr);
 }
@@ -40,11 +39,10 @@ TempDir::~TempDir()
 
 ScopedEnv::ScopedEnv(const char* name, const char* value) : m_name(name)
 {
-    char buffer[32768];
-    DWORD length = GetEnvironmentVariableA(name, buffer, sizeof(buffer));
-    m_hadOld = length > 0 && length < sizeof(buffer);
-    if (m_hadOld)
-        m_old.assign(buffer, length);
+    std::string buffer(32768, '\0');
+    DWORD length = GetEnvironmentVariableA(name, &buffer[0], DWORD(buffer.size()));
+    m_hadOld = length > 0 && length < buffer.size();
+    m_old = buffer.substr(0, m_hadOld ? length : 0);
     SetEnvironmentVariableA(name, value);
 }
 
@@ -60,32 +58,18 @@ ScopedCurrentDir::ScopedCurrentDir()
     m_old = buffer;
 }
 
-ScopedCurrentDir::~ScopedCurrentDir()
-{
-    SetCurrentDirectoryA(m_old.c_str());
-}
-
 std::string ReadFileBytes(const std::string& path)
 {
-    std::string bytes;
-    FILE* file = fopen(path.c_str(), "rb");
-    if (!file)
-        return bytes;
-    char buffer[4096];
-    size_t count;
-    while ((count = fread(buffer, 1, sizeof(buffer), file)) > 0)
-        bytes.append(buffer, count);
-    fclose(file);
-    return bytes;
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 bool WriteFileBytes(const std::string& path, const std::string& bytes)
 {
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file)
-        return false;
-    bool ok = fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    return fclose(file) == 0 && ok;
+    std::ofstream file(path, std::ios::binary);
+    file.write(bytes.data(), bytes.size());
+    file.close();
+    return !file.fail();
 }
 
 bool CopyFixture(const char* name, const std::string& target)
@@ -97,50 +81,45 @@ void RemoveTree(const std::string& path)
 {
     WIN32_FIND_DATAA entry;
     HANDLE find = FindFirstFileA((path + "\\*").c_str(), &entry);
-    if (find != INVALID_HANDLE_VALUE) {
-        do {
-            std::string name = entry.cFileName;
-            if (name == "." || name == "..")
-                continue;
-            std::string full = path + "\\" + name;
-            if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                RemoveTree(full);
-            } else {
-                SetFileAttributesA(full.c_str(), FILE_ATTRIBUTE_NORMAL);
-                DeleteFileA(full.c_str());
-            }
-        } while (FindNextFileA(find, &entry));
-        FindClose(find);
+    for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileA(find, &entry)) {
+        const std::string name = entry.cFileName, full = path + "\\" + name;
+        if (name == "." || name == "..")
+            continue;
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            RemoveTree(full);
+        } else {
+            SetFileAttributesA(full.c_str(), FILE_ATTRIBUTE_NORMAL);
+            DeleteFileA(full.c_str());
+        }
     }
+    if (find != INVALID_HANDLE_VALUE)
+        FindClose(find);
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     RemoveDirectoryA(path.c_str());
 }
 
 namespace {
 
-long RunWithOutput(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
+// With an output handle, the program's standard output and error both go to it.
+long Run(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
 {
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
     if (output) {
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-        startup.hStdOutput = output;
-        startup.hStdError = output;
+        startup.hStdOutput = startup.hStdError = output;
     }
     PROCESS_INFORMATION process = {};
     std::string line = commandLine;
     if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, output != nullptr, 0, nullptr, nullptr, &startup,
                         &process))
         return -1;
-    long result = -1;
-    if (WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0) {
-        DWORD code = 0;
-        if (GetExitCodeProcess(process.hProcess, &code))
-            result = static_cast<long>(code);
-    } else {
+    DWORD code = 0;
+    bool ended = WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0;
+    if (!ended)
         TerminateProcess(process.hProcess, 1);
-    }
+    long result = ended && GetExitCodeProcess(process.hProcess, &code) ? long(code) : -1;
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
     return result;
@@ -150,10 +129,10 @@ long RunWithOutput(const std::string& commandLine, HANDLE output, DWORD timeoutM
 
 long RunProgram(const std::string& commandLine, DWORD timeoutMs)
 {
-    return RunWithOutput(commandLine, nullptr, timeoutMs);
+    return Run(commandLine, nullptr, timeoutMs);
 }
 
-// The output goes through a temporary file: no pipe to drain while the program runs.
+// Through a temporary file: no pipe to drain while the program runs.
 long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs)
 {
     output.clear();
@@ -164,7 +143,7 @@ long RunProgramCapture(const std::string& commandLine, std::string& output, DWOR
                                 CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return -1;
-    long result = RunWithOutput(commandLine, handle, timeoutMs);
+    long result = Run(commandLine, handle, timeoutMs);
     CloseHandle(handle);
     output = ReadFileBytes(file);
     return result;

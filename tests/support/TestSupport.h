@@ -1,5 +1,5 @@
-// Helpers shared by the test programs: temporary folders that clean up after themselves,
-// environment variables restored at scope exit, fixture paths and small file utilities.
+// Helpers shared by the test programs: self-removing temporary folders, environment variables and
+// current folder restored at scope exit, fixture paths and small file and process utilities.
 #pragma once
 
 #include <windows.h>
@@ -8,49 +8,43 @@
 
 namespace testsupport {
 
-// Folder of the running test program (ends in a back-slash).
-std::string ExeDir();
+struct NoCopy {
+    NoCopy() = default;
+    NoCopy(const NoCopy&) = delete;
+    NoCopy& operator=(const NoCopy&) = delete;
+};
 
-// Path of a built fixture (bin/fixtures/<name>).
-std::string FixturePath(const char* name);
+std::string ExeDir();                        // folder of the running program, with a back-slash
+std::string FixturePath(const char* name);  // <ExeDir>fixtures\<name>
 
-// A fresh folder under the temporary folder, named after the running test, removed with all
-// its content (read-only files included) when the object dies.
-class TempDir {
+// A fresh folder under %TEMP% named after the running test; removed with all its content.
+class TempDir : NoCopy {
 public:
     TempDir();
     ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return m_path; }       // no trailing back-slash
+    const std::string& path() const { return m_path; }  // no trailing back-slash
     std::string operator/(const std::string& name) const { return m_path + "\\" + name; }
 
 private:
     std::string m_path;
 };
 
-// Sets (or, with null, removes) an environment variable of the process; restores it at exit.
-class ScopedEnv {
+// Sets (null: removes) an environment variable of the process until scope exit.
+class ScopedEnv : NoCopy {
 public:
     ScopedEnv(const char* name, const char* value);
     ~ScopedEnv();
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
-    std::string m_name;
-    std::string m_old;
+    std::string m_name, m_old;
     bool m_hadOld;
 };
 
-// Keeps the process's current folder and restores it at exit (the library moves it on purpose).
-class ScopedCurrentDir {
+// Restores the process's current folder at scope exit (the library moves it on purpose).
+class ScopedCurrentDir : NoCopy {
 public:
     ScopedCurrentDir();
-    ~ScopedCurrentDir();
-    ScopedCurrentDir(const ScopedCurrentDir&) = delete;
-    ScopedCurrentDir& operator=(const ScopedCurrentDir&) = delete;
+    ~ScopedCurrentDir() { SetCurrentDirectoryA(m_old.c_str()); }
 
 private:
     std::string m_old;
@@ -59,15 +53,11 @@ private:
 std::string ReadFileBytes(const std::string& path);
 bool WriteFileBytes(const std::string& path, const std::string& bytes);
 bool CopyFixture(const char* name, const std::string& target);
+void RemoveTree(const std::string& path);  // read-only files included
 
-// Removes a folder tree; read-only files are made writable first.
-void RemoveTree(const std::string& path);
-
-// Starts a program (full command line) and returns its exit code, or -1 when it cannot start
-// or does not end within the timeout.
+// Exit code of a full command line; -1 when it cannot start or outlives the timeout. The capture
+// form also returns what the program wrote to its standard output and error.
 long RunProgram(const std::string& commandLine, DWORD timeoutMs = 60000);
-
-// The same, with what the program writes to its standard output and error in output.
 long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs = 60000);
 
 }  // namespace testsupport
