@@ -5,6 +5,7 @@
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
+#include <winnetwk.h>
 
 #include <cstring>
 #include <string>
@@ -131,6 +132,29 @@ BOOL WINAPI FakeGetVersionExA(LPOSVERSIONINFOA info)
 {
     info->dwMajorVersion = g_major;
     return TRUE;
+}
+
+// Wine has no remote registry: the connection to another machine is answered here, and its
+// release is recorded.
+HKEY const kRemoteRoot = reinterpret_cast<HKEY>(0x5E7C0001);
+int g_remoteClosed;
+std::vector<std::string> g_cancelled;
+LONG WINAPI FakeRegConnectRegistryA(LPCSTR, HKEY, PHKEY result)
+{
+    *result = kRemoteRoot;
+    return ERROR_SUCCESS;
+}
+LONG WINAPI FakeRegCloseKey(HKEY key)
+{
+    if (key != kRemoteRoot)
+        return RegCloseKey(key);
+    ++g_remoteClosed;
+    return ERROR_SUCCESS;
+}
+DWORD WINAPI FakeWNetCancelConnection2A(LPCSTR name, DWORD flags, BOOL force)
+{
+    g_cancelled.push_back(std::string(name) + (flags == 0 && force ? " 0 TRUE" : " other arguments"));
+    return ERROR_NOT_CONNECTED;
 }
 
 }  // namespace
@@ -447,4 +471,31 @@ TEST_F(CTambRegistryTest, KeyFamiliesAndBadInput)
     CTambRegistry longRoot(0, std::string(40, 'M').c_str());
     EXPECT_EQ(259u, strlen(CTambRegistry::GetDrosvaneKey()));
     EXPECT_EQ(std::string(40, 'M'), longRoot.MachineName());
+}
+
+TEST_F(CTambRegistryIntercepted, LastCopyClosesTheRemoteRootAndCancelsTheIpcConnection)
+{
+    SETUPCLS_HOOK_IMPORT(connect, "ADVAPI32.dll", RegConnectRegistryA, FakeRegConnectRegistryA);
+    SETUPCLS_HOOK_IMPORT(close, "ADVAPI32.dll", RegCloseKey, FakeRegCloseKey);
+    SETUPCLS_HOOK_IMPORT(cancel, "MPR.DLL", WNetCancelConnection2A, FakeWNetCancelConnection2A);
+    ASSERT_TRUE(connect.installed() && close.installed() && cancel.installed());
+    g_remoteClosed = 0;
+    g_cancelled.clear();
+    {
+        R remote(0, "FARHOST");
+        EXPECT_STREQ("FARHOST", remote.MachineName());
+        {
+            R copy(remote);
+            R assigned;
+            assigned = remote;
+        }
+        EXPECT_EQ(0, g_remoteClosed) << "a copy closed the root the object still uses";
+        EXPECT_TRUE(g_cancelled.empty());
+    }
+    EXPECT_EQ(1, g_remoteClosed);
+    EXPECT_EQ(std::vector<std::string>{"\\\\FARHOST\\ipc$ 0 TRUE"}, g_cancelled);
+
+    { R local(0, nullptr); }  // the local machine's root is neither closed nor cancelled
+    EXPECT_EQ(1, g_remoteClosed);
+    EXPECT_EQ(1u, g_cancelled.size());
 }
