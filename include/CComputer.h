@@ -7,11 +7,13 @@
 // Results are int booleans (non-zero = success) unless stated. No operation throws, traces or
 // shows a message.
 //
-// Null and empty texts: a null or empty path names no folder. The queries answer as for a
-// missing folder (DirectoryExists and PathExists 0, PathEmpty 1); the operations that act on a
-// folder (CreateDirectoryA, ChangeDirectory, RemoveDirectoryA, DeleteTree, DeleteFiles,
-// ChangeFilesAttribute, CopyFileRecursively) touch nothing and answer 0. This keeps an empty
-// text from ever standing for the root of the current drive. A null machine name means the
+// Null and empty texts: a null or empty path names no folder, and no operation then touches
+// the file system. This keeps an empty text from ever standing for the root of the current
+// drive: unguarded, DirectoryExists("") would list "\*.*" and answer 1, and DeleteTree("") would
+// delete everything on the drive. The queries answer as for a missing folder (DirectoryExists
+// and PathExists 0, PathEmpty 1). CreateDirectoryA (also for a text of back-slashes only),
+// DeleteFiles and ChangeFilesAttribute have nothing to do and answer 1; ChangeDirectory,
+// RemoveDirectoryA, DeleteTree and CopyFileRecursively answer 0. A null machine name means the
 // local machine, as an empty one does.
 //
 // Several names are also Windows names (windows.h maps GetComputerName to GetComputerNameA and
@@ -87,8 +89,9 @@ public:
 
     // 1 when the folder can be listed (anything found by "path\*.*").
     static int DirectoryExists(const char* path);
-    // Creates every missing level of the path; 0 when a level cannot be created. The second
-    // argument is not used.
+    // Creates every missing level of the path; 0 when a level cannot be created, 1 otherwise
+    // (also when the text names no level: empty or back-slashes only). The second argument is
+    // not used.
     static int CreateDirectoryA(const char* path, int unused = 0);
     static int ChangeDirectory(const char* path);
     // Removes an empty folder.
@@ -98,7 +101,7 @@ public:
     // cannot be removed leaves the answer 1.
     static int DeleteTree(const char* path);
     // Deletes the files (not the sub folders) of the folder matching the pattern ("*.*" for
-    // null), read-only ones too; 1 for any folder given.
+    // null), read-only ones too. Always 1 (a null or empty folder: nothing is deleted).
     static int DeleteFiles(const char* folder, const char* pattern);
     // Files and folders alike.
     static int PathExists(const char* path);
@@ -107,7 +110,7 @@ public:
     static int PathEmpty(const char* folder, const char* pattern = nullptr);
     // Sets the attributes of every matching file ("*.*" for a null pattern) and goes on in
     // every matching sub folder with the same pattern; the folders keep their attributes.
-    // 1 for any folder given.
+    // Always 1 (a null or empty folder: nothing is changed).
     static int ChangeFilesAttribute(const char* folder, const char* pattern, unsigned long attributes);
     // Copies the source folder's files and sub folders into the target folder, creating it
     // when missing. The answer is the copy result of the last file of the source folder itself

@@ -7,8 +7,12 @@
 // library's own folder when the program is the Windows Installer, msiexec):
 //   1. the folder named by "EVPKI_LIBCFGPATH" of section "Components" of SETUP.INF in the setup
 //      folder, else of SETUP.INF in its parent; the name is relative to the folder of the
-//      SETUP.INF that named it. "TS_HOME" and "R_SHLIB_LD_LIBRARY_PATH" are set to that folder
-//      when they are not set already, and on success it becomes the current folder;
+//      SETUP.INF that named it, so without a name (no SETUP.INF, no key or an empty value) that
+//      folder itself is tried: the setup folder, or its parent when the setup folder holds no
+//      SETUP.INF. When the folder exists, "TS_HOME" and "R_SHLIB_LD_LIBRARY_PATH" are set to it
+//      (each only when not set already), and when the library loads from it, it becomes the
+//      current folder. A variable that cannot be set or a folder that cannot be made current
+//      does not stop the search or unload the library;
 //   2. the current folder;
 //   3. the setup folder.
 //

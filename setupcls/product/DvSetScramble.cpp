@@ -106,40 +106,39 @@ bool IsFolder(const CString& path)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// Sets the variable unless it is set already: an administrator's own setting wins.
-bool SetUnlessSet(const char* name, const CString& value)
+// Sets the variable unless it is set already: an administrator's own setting wins. A failure to
+// set it is of no consequence to the search.
+void SetUnlessSet(const char* name, const CString& value)
 {
-    if (GetEnvironmentVariableA(name, nullptr, 0) != 0)
-        return true;
-    return SetEnvironmentVariableA(name, value) != FALSE;
+    if (GetEnvironmentVariableA(name, nullptr, 0) == 0)
+        SetEnvironmentVariableA(name, value);
 }
 
 // DVDCEN.DLL in the folder that SETUP.INF names, with the library's environment prepared and its
 // folder made current. SETUP.INF is the setup folder's or, failing that, its parent's; the
-// folder it names is relative to the folder of the SETUP.INF.
+// folder it names is relative to the folder of the SETUP.INF. A missing or empty name leaves
+// that folder itself (the setup folder, or its parent when SETUP.INF is not in the setup
+// folder) to be tried.
 UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
 {
     CString base = setupFolder;
     if (_access(base + kSetupInfName, 0) != 0)
         base += kParentFolder;
-    char name[MAX_PATH + 1];
-    if (GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name),
-                                 base + kSetupInfName) == 0)
-        return UniqueModule();
+    char name[MAX_PATH + 1] = "";
+    GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name), base + kSetupInfName);
     CString folder = base + name;
     if (!IsFolder(folder))
         return UniqueModule();
-    for (const char* variable : kLibraryVariables) {
-        if (!SetUnlessSet(variable, folder))
-            return UniqueModule();
-    }
+    for (const char* variable : kLibraryVariables)
+        SetUnlessSet(variable, folder);
     CString library;
     if (!FullPath(LibraryIn(folder), MAX_PATH, library))
         return UniqueModule();
     UniqueModule module = LoadFrom(library);
-    // The library reads its own files relative to the current folder.
-    if (module && !SetCurrentDirectoryA(folder))
-        module.reset();
+    // The library reads its own files relative to the current folder. It stays loaded even when
+    // the folder cannot be made current.
+    if (module)
+        SetCurrentDirectoryA(folder);
     return module;
 }
 

@@ -347,11 +347,12 @@ int CComputer::DirectoryExists(const char* path)
 
 int CComputer::CreateDirectoryA(const char* path, int)
 {
+    // An empty text or one of back-slashes only names no level to create: nothing to do.
     if (IsEmptyText(path))
-        return 0;
+        return 1;
     CString folder(path);
-    if (AppendBackSlash(folder) == 0)  // only back-slashes: no folder named
-        return 0;
+    if (AppendBackSlash(folder) == 0)
+        return 1;
     // Each back-slash of its own ends a level, except the one after a drive's ":".
     for (int i = 1; i < folder.GetLength(); ++i) {
         if (!IsRealBackSlash(folder, i) || folder[i - 1] == ':')
@@ -408,8 +409,9 @@ int CComputer::DeleteTree(const char* path)
 
 int CComputer::DeleteFiles(const char* folder, const char* pattern)
 {
+    // No folder named: nothing is deleted (an empty text must not stand for the drive's root).
     if (IsEmptyText(folder))
-        return 0;
+        return 1;
     const CString base = FolderText(folder);
     ForEachEntry(base + PatternOrAll(pattern), [&](const WIN32_FIND_DATAA& entry) {
         if (!IsFolder(entry))
@@ -442,8 +444,9 @@ int CComputer::PathEmpty(const char* folder, const char* pattern)
 
 int CComputer::ChangeFilesAttribute(const char* folder, const char* pattern, unsigned long attributes)
 {
+    // No folder named: nothing is changed (an empty text must not stand for the drive's root).
     if (IsEmptyText(folder))
-        return 0;
+        return 1;
     const CString base = FolderText(folder);
     ForEachEntry(base + PatternOrAll(pattern), [&](const WIN32_FIND_DATAA& entry) {
         if (!IsFolder(entry))

@@ -1,5 +1,6 @@
 #include "DvSetScramble.h"
 
+#include "ImportHook.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,7 @@ Bytes Through(decltype(&DVSET_ZOREncrypt) direction, const Bytes& in)
 }
 
 // DVDCEN.DLL in a fresh current folder, where the search finds it (the test program's folder and
-// its parent hold no SETUP.INF).
+// its parent hold no SETUP.INF, and the parent, tried first then, holds no DVDCEN.DLL).
 class Scramble : public ::testing::Test {
 protected:
     void SetUp() override
@@ -169,7 +170,7 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
 {
     const struct {
         const char *program, *setupcls;  // the setup program; a copy of SetupCLS.dll, or null for the build's
-        const char *inf, *infFolder;     // SETUP.INF and its library folder, or null
+        const char *inf, *infFolder;     // SETUP.INF, or null; its library folder, or null for no key
         std::vector<const char*> libraries;  // folders with a DVDCEN.DLL
         const char *loaded, *tsHome, *shlibPath, *currentFolder;  // an absolute TS_HOME is set before the run
     } cases[] = {
@@ -177,10 +178,22 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
          "setup\\..\\lib", "lib"},
         {"setup\\install.exe", nullptr, "SETUP.INF", "lib", {"lib"}, "lib\\DVDCEN.DLL", "setup\\..\\lib", "setup\\..\\lib", "lib"},
         {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "nowhere", {"empty", "setup"}, "empty\\DVDCEN.DLL", "", "", "empty"},
-        {"setup\\install.exe", nullptr, nullptr, nullptr, {"setup"}, "setup\\DVDCEN.DLL", "", "", "empty"},
+        // An empty or missing name: the folder of SETUP.INF itself comes first, before the current one.
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "", {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\",
+         "setup\\", "setup"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", nullptr, {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\",
+         "setup\\", "setup"},
+        // No SETUP.INF at all: the parent of the setup folder is tried first, then the current
+        // folder, then the setup folder.
+        {"lib\\bin\\install.exe", nullptr, nullptr, nullptr, {"lib", "empty", "lib\\bin"}, "lib\\DVDCEN.DLL",
+         "lib\\bin\\..\\", "lib\\bin\\..\\", "lib"},
+        {"setup\\install.exe", nullptr, nullptr, nullptr, {"setup"}, "setup\\DVDCEN.DLL", "setup\\..\\", "setup\\..\\",
+         "empty"},
         // Inside the Windows Installer (msiexec, any case) the library's own folder counts.
-        {"setup\\MsiExec.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "lib\\DVDCEN.DLL", "", "", "empty"},
-        {"setup\\install.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "", "", "", "empty"},
+        {"setup\\MsiExec.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "lib\\DVDCEN.DLL", "lib\\..\\",
+         "lib\\..\\", "empty"},
+        {"setup\\install.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "", "setup\\..\\", "setup\\..\\",
+         "empty"},
     };
     ScopedCurrentDir keepFolder;
     for (const auto& c : cases) {
@@ -190,12 +203,13 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
         ScopedEnv shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr);
         TempDir dir;
         auto at = [&](const char* path) { return path[0] && !isAbsolute(path) ? dir / path : std::string(path); };
-        for (const char* folder : {"empty", "setup", "lib"})
+        for (const char* folder : {"empty", "setup", "lib", "lib\\bin"})
             ASSERT_TRUE(CreateDirectoryA(at(folder).c_str(), nullptr));
         ASSERT_TRUE(CopyFixture("scramblehost.exe", at(c.program)));
         const std::string setupcls = c.setupcls ? at(c.setupcls) : ExeDir() + "SetupCLS.dll";
         ASSERT_TRUE(!c.setupcls || CopyFileA((ExeDir() + "SetupCLS.dll").c_str(), setupcls.c_str(), FALSE));
-        ASSERT_TRUE(!c.inf || WriteFileBytes(at(c.inf), std::string("[Components]\r\nEVPKI_LIBCFGPATH=") + c.infFolder));
+        ASSERT_TRUE(!c.inf || WriteFileBytes(at(c.inf), std::string("[Components]\r\n") +
+                                            (c.infFolder ? std::string("EVPKI_LIBCFGPATH=") + c.infFolder : "")));
         for (const char* folder : c.libraries)
             ASSERT_TRUE(CopyFixture("DVDCEN.DLL", at(folder) + "\\DVDCEN.DLL"));
         ASSERT_TRUE(SetCurrentDirectoryA(at("empty").c_str()));
@@ -211,4 +225,75 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
         }
         SetCurrentDirectoryA(ExeDir().c_str());  // out of the folder before it goes
     }
+}
+
+namespace {
+
+std::string g_program;                   // the running program's path SetupCLS.dll is told
+std::vector<std::string> g_setVariables;  // variables SetupCLS.dll tried to set
+std::vector<std::string> g_madeCurrent;   // folders SetupCLS.dll tried to make current
+
+DWORD WINAPI FakeGetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size)
+{
+    if (module)
+        return GetModuleFileNameA(module, buffer, size);
+    return snprintf(buffer, size, "%s", g_program.c_str()) < int(size) ? DWORD(g_program.size()) : 0;
+}
+
+BOOL WINAPI FailingSetEnvironmentVariableA(LPCSTR name, LPCSTR)
+{
+    g_setVariables.push_back(name);
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+}
+
+BOOL WINAPI FailingSetCurrentDirectoryA(LPCSTR folder)
+{
+    g_madeCurrent.push_back(folder);
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+std::string LoadedFrom()
+{
+    char path[MAX_PATH] = "";
+    GetEnvironmentVariableA("DVDCEN_FIXTURE_LOADED_FROM", path, sizeof(path));
+    return path;
+}
+
+}  // namespace
+
+// The library's folder named by SETUP.INF is kept even when its variables cannot be set and it
+// cannot be made current: a copy in the current folder, next in the search, is not reached.
+TEST(LibrarySearchIntercepted, FailuresToPrepareTheFolderKeepTheLibrary)
+{
+    TempDir dir;
+    for (const char* folder : {"setup", "lib", "current"})
+        ASSERT_TRUE(CreateDirectoryA((dir / folder).c_str(), nullptr));
+    ASSERT_TRUE(WriteFileBytes(dir / "setup\\SETUP.INF", "[Components]\r\nEVPKI_LIBCFGPATH=..\\lib\r\n"));
+    for (const char* folder : {"lib", "current"})
+        ASSERT_TRUE(CopyFixture("DVDCEN.DLL", dir / folder + "\\DVDCEN.DLL"));
+    g_program = dir / "setup\\install.exe";
+    const std::string libFolder = dir / "setup\\..\\lib";
+    ScopedCurrentDir keepFolder;
+    ASSERT_TRUE(SetCurrentDirectoryA((dir / "current").c_str()));
+    ScopedEnv noTrace(DVSET_TRACE_FILE_VARIABLE, nullptr), tsHome("TS_HOME", nullptr),
+        shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr), loadedFrom("DVDCEN_FIXTURE_LOADED_FROM", nullptr);
+    SETUPCLS_HOOK_IMPORT(program, "KERNEL32.dll", GetModuleFileNameA, FakeGetModuleFileNameA);
+    SETUPCLS_HOOK_IMPORT(variables, "KERNEL32.dll", SetEnvironmentVariableA, FailingSetEnvironmentVariableA);
+    SETUPCLS_HOOK_IMPORT(current, "KERNEL32.dll", SetCurrentDirectoryA, FailingSetCurrentDirectoryA);
+    ASSERT_TRUE(program.installed() && variables.installed() && current.installed());
+    g_setVariables.clear();
+    g_madeCurrent.clear();
+
+    BYTE out[64];
+    DWORD length = sizeof(out);
+    EXPECT_EQ(0, DVSET_ZOREncrypt(kPlain, 8, out, &length));
+    EXPECT_EQ(16u, length);
+    EXPECT_EQ(0, _stricmp((dir / "lib\\DVDCEN.DLL").c_str(), LoadedFrom().c_str())) << LoadedFrom();
+    EXPECT_EQ((std::vector<std::string>{"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"}), g_setVariables);
+    EXPECT_EQ(std::vector<std::string>{libFolder}, g_madeCurrent);
+    char folder[MAX_PATH] = "";
+    GetCurrentDirectoryA(sizeof(folder), folder);
+    EXPECT_EQ(0, _stricmp((dir / "current").c_str(), folder)) << folder;
 }

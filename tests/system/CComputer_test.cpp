@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <lm.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -135,8 +136,37 @@ TEST(CComputer, CreateDirectoryMakesEveryMissingLevel)
     EXPECT_TRUE(Exists(dir / "a\\keep.txt"));
     EXPECT_EQ(0, CComputer::DirectoryExists((dir / "a\\keep.txt").c_str()));
     EXPECT_EQ(0, CComputer::CreateDirectoryA((dir / "a\\keep.txt\\sub").c_str(), 0));
-    for (const char* bad : {static_cast<const char*>(nullptr), "", "\\\\"})
-        EXPECT_EQ(0, CComputer::CreateDirectoryA(bad, 0));
+
+    // No level named: nothing to create, which is success; the current folder stays empty.
+    ScopedCurrentDir keepFolder;
+    Make(dir / "current", nullptr);
+    ASSERT_TRUE(SetCurrentDirectoryA((dir / "current").c_str()));
+    for (const char* none : {static_cast<const char*>(nullptr), "", "\\\\"})
+        EXPECT_EQ(1, CComputer::CreateDirectoryA(none, 0)) << (none ? none : "(null)");
+    EXPECT_EQ(1, CComputer::PathEmpty((dir / "current").c_str()));
+    ASSERT_TRUE(SetCurrentDirectoryA(dir.path().c_str()));
+}
+
+// A null or empty folder names nothing: DeleteFiles and ChangeFilesAttribute answer 1 and touch
+// neither the current folder nor the root of the current drive.
+TEST(CComputer, DeleteFilesAndChangeFilesAttributeWithoutFolderTouchNothing)
+{
+    TempDir dir;
+    char probe[64];
+    snprintf(probe, sizeof(probe), "setupcls-probe-%lu.tmp", GetCurrentProcessId());
+    const std::string inCurrent = dir / probe, inRoot = std::string("\\") + probe;
+    ScopedCurrentDir keepFolder;
+    ASSERT_TRUE(SetCurrentDirectoryA(dir.path().c_str()));
+    Make(inCurrent);
+    Make(inRoot);
+    for (const char* none : {static_cast<const char*>(nullptr), ""}) {
+        EXPECT_EQ(1, CComputer::ChangeFilesAttribute(none, probe, FILE_ATTRIBUTE_READONLY));
+        EXPECT_EQ(1, CComputer::DeleteFiles(none, probe));
+    }
+    EXPECT_TRUE(Exists(inCurrent) && !IsReadOnly(inCurrent));
+    EXPECT_TRUE(Exists(inRoot) && !IsReadOnly(inRoot));
+    SetFileAttributesA(inRoot.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_TRUE(DeleteFileA(inRoot.c_str()));
 }
 
 TEST(CComputer, DeleteTreeAnswersOneEvenWhenAFileStays)
@@ -182,6 +212,10 @@ TEST(CComputer, DeleteFilesPathEmptyAndChangeFilesAttribute)
     EXPECT_EQ(0, CComputer::PathEmpty(folder, "*.log"));
     EXPECT_EQ(1, CComputer::DeleteFiles(folder, nullptr));
     EXPECT_EQ(1, CComputer::PathEmpty(folder, "*.log"));  // not searched below
+    // An empty text is no folder, not the root of the current drive (which holds something).
+    EXPECT_EQ(1, CComputer::DirectoryExists(dir.path().substr(0, 2).c_str()));  // "C:": its root
+    EXPECT_EQ(0, CComputer::DirectoryExists(""));
+    EXPECT_EQ(0, CComputer::DirectoryExists(nullptr));
     EXPECT_EQ(1, CComputer::PathEmpty((dir / "missing").c_str()));
     EXPECT_EQ(1, CComputer::PathExists((dir / "d.txt\\inner.log").c_str()));
     EXPECT_EQ(0, CComputer::PathExists((dir / "missing").c_str()));
