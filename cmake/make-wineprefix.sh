@@ -5,7 +5,9 @@
 set -eu
 prefix=$1
 stamp=$2
-export WINEPREFIX="$prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# The C locale, as the test programs run in (wine-run.sh): a prefix made under another locale is
+# rewritten by Wine the first time a program starts under this one.
+export WINEPREFIX="$prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LANG=C LC_ALL=C
 if [ ! -f "$prefix/system.reg" ]; then
   echo "creating the Wine prefix $prefix"
   wineboot -i >/dev/null 2>&1 || true

@@ -5,7 +5,9 @@
 # Usage: wineserver-start.sh PREFIX
 WINEPREFIX=$1
 WINEDEBUG=-all
-export WINEPREFIX WINEDEBUG
+LANG=C
+LC_ALL=C
+export WINEPREFIX WINEDEBUG LANG LC_ALL
 wineserver -p >/dev/null 2>&1 </dev/null
 wine cmd.exe /c exit >/dev/null 2>&1 </dev/null
 exit 0
