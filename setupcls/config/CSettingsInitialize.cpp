@@ -305,11 +305,11 @@ void ReadHostFile(CSettings& settings, const CString& medium)
 
 // ---- Step 6. ----
 
-// A text the answer file leaves empty keeps what the machine or the medium proposed.
+// The answer file's text is taken as it is: an empty one replaces what the machine proposed
+// (the getters always return their result buffer, so the text is never null).
 void CopyText(CSettings& settings, void (CSettings::*set)(const char*), const char* text)
 {
-    if (text && *text)
-        (settings.*set)(text);
+    (settings.*set)(text);
 }
 
 void CopyAnswers(CSettings& settings, CSetupIcf& icf)
@@ -368,8 +368,9 @@ int CSettings::Initialize()
     AlertPath(m_currentAlertPath);
     ClientAgentPath(m_currentClientAgentPath);
 
-    // Step 4.
-    if (m_uninstall && answers) {
+    // Step 4. The choice of what to remove comes from the answer file object even when the file
+    // is missing: its getters then give their cached defaults (remove everything).
+    if (m_uninstall && m_batchOperation) {
         UninstallDrosvane(icf.UninstallDrosvane());
         UninstallAlert(icf.UninstallAlert());
     }
@@ -379,8 +380,11 @@ int CSettings::Initialize()
     ok = ReadMedium(*this, medium, log) && ok;
     ReadHostFile(*this, medium);
 
-    // Step 6. An uninstallation keeps in the component mask what step 4 chose to remove.
-    if (!m_uninstall && answers)
+    // Step 6. Runs for an uninstallation too. The install switches share their bits with the
+    // uninstall choices of step 4 (manager, server and administration make UNINSTALL_DROSVANE,
+    // alert is UNINSTALL_ALERT), so in a batch uninstallation the answer file's install switches
+    // replace what step 4 chose to remove.
+    if (answers)
         CopyAnswers(*this, icf);
     return ok ? 1 : 0;
 }

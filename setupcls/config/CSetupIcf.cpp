@@ -70,7 +70,8 @@ void CSetupIcf::FindFile()
         m_bExists = TRUE;
         return;
     }
-    char module[MAX_PATH + 1] = {};
+    // One byte more than the API is told of, zeroed, so a path cut at the limit is still ended.
+    char module[MAX_PATH + 2] = {};
     GetModuleFileNameA(nullptr, module, sizeof(module) - 1);
     char drive[_MAX_DRIVE];
     char dir[_MAX_DIR];

@@ -158,23 +158,43 @@ TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
         EXPECT_EQ(c.asked && !c.remote && c.offered, s.InstallHSM()) << c.asked << c.remote << c.offered;
         EXPECT_EQ(c.remote ? "1MASTER" : "0", std::to_string(s.RemoteSetup()) + s.RemoteHostServer());
     }
-    // What the last answer file leaves out: the defaults, and the path found on the machine.
+    // What the last answer file leaves out: the keys' defaults, empty texts included; the empty
+    // product path replaces the folder the machine proposed.
     EXPECT_TRUE(s.Databases() == CSettings::INSTALL_RAIMA && s.OverwriteDB() && s.DeleteQueue() && !s.InstallOVG());
-    EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath());
+    EXPECT_STRNE("", s.CurrentDrosvanePath());
+    EXPECT_EQ("|C:\\ALERT\\||", std::string(s.DrosvanePath()) + "|" + s.AlertPath() + "|" + s.RegisteredUser() + "|" +
+                                    s.RegisteredCompany());
+    const CSettings proposed = Run(0);
+    EXPECT_STREQ(s.CurrentDrosvanePath(), proposed.DrosvanePath()) << "not a batch run: the machine's proposal stands";
 }
 
-TEST_F(SettingsInitialize, BatchUninstallTakesOnlyWhatToRemove)
+TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoices)
 {
-    Answer("[Uninstall]\r\nSeverFeature=0\r\n[Install]\r\nManagerFeature=1\r\n[Base]\r\nProductPath=D:\\Elsewhere\r\n");
+    // Step 4 marks everything for removal (no "Uninstall" keys); the install switches, all off,
+    // then clear those bits again, and the other answers are copied too.
+    Answer("[Install]\r\nManagerFeature=0\r\nSeverFeature=0\r\nAdminFeature=0\r\nDataMigration=0\r\n"
+           "[Base]\r\nAlertFeature=0\r\nAVFeature=0\r\nProductPath=D:\\Elsewhere\r\n");
     CSettings s = Run(1, 1);
-    EXPECT_EQ(CSettings::UNINSTALL_ALERT, s.Components()) << "no install choice is copied over it";
-    EXPECT_STRNE("D:\\Elsewhere\\", s.DrosvanePath());
-    Answer("[Uninstall]\r\nAlertFeature=0\r\n");
-    EXPECT_EQ(CSettings::UNINSTALL_DROSVANE, Run(1, 1).Components());
+    EXPECT_EQ(0u, s.Components()) << "the install switches, copied after step 4";
+    EXPECT_STREQ("D:\\Elsewhere\\", s.DrosvanePath());
+    EXPECT_EQ(1, m_result);
+
+    // The install switches replace the uninstall choices that share their bits.
+    Answer("[Uninstall]\r\nSeverFeature=0\r\nAlertFeature=0\r\n[Install]\r\nManagerFeature=1\r\nSeverFeature=0\r\n"
+           "AdminFeature=0\r\nDataMigration=0\r\n[Base]\r\nAlertFeature=1\r\nAVFeature=0\r\n");
+    EXPECT_EQ(unsigned(CSettings::INSTALL_MANAGER | CSettings::INSTALL_ALERT), Run(1, 1).Components());
+    Answer("[Uninstall]\r\nAlertFeature=0\r\n");  // install switches at their defaults: all on
+    EXPECT_EQ(0x5Fu, Run(1, 1).Components()) << "manager, server, admin, alert, data migration, antivirus";
     EXPECT_EQ(0u, Run(0, 1).Components()) << "not a batch run";
+
+    // No answer file: step 4 takes the answer file object's defaults (remove everything), and
+    // step 6 has nothing to copy.
     ASSERT_TRUE(DeleteFileA((m_dir / "SETUP.ICF").c_str()));
-    EXPECT_EQ(0u, Run(1, 1).Components());
+    s = Run(1, 1);
+    EXPECT_EQ(unsigned(CSettings::UNINSTALL_DROSVANE | CSettings::UNINSTALL_ALERT), s.Components());
+    EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath());
     EXPECT_TRUE(Failed("Answer file " + m_dir / "SETUP.ICF not found"));
+    EXPECT_EQ(0u, Run(1, 0).Components()) << "an installation takes no uninstall choice";
 }
 
 TEST_F(SettingsInitialize, ProductComesFromTheProductMapLibrary)
