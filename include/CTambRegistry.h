@@ -9,8 +9,8 @@
 //   SOFTWARE\Brannoch\BN Drosvane Backup\Products          one record a product        REG_BINARY (49)
 //   SOFTWARE\Brannoch\BN Drosvane Backup\ClientAgent\Common  Path                      REG_SZ
 //
-// The maker key, the product key and its Base key come from the account tool library
-// QWTOOL.DLL when it is present (the brand decides them); they and the texts derived from them
+// The maker key, the product key and its Base key are the texts the account tool library
+// QWTOOL.DLL writes when it and its entries are present (the brand decides them); they and the texts derived from them
 // are process-wide and rewritten by every construction. The static setters and getters use what
 // the last construction left; before any construction they hold the defaults above.
 //
@@ -205,7 +205,8 @@ public:
     unsigned long AccessMode() const { return m_dwAccess; }
     const char* MachineName() const { return m_sMachine; }
 
-    // ---- Object setters: values from the settings; 0 unless the object may write. ----
+    // ---- Object setters: values from the settings, written as they stand; 0 unless a bit of
+    // KEY_WRITE is in the access mode. ----
     int SetDrosvaneHomeDir();    // product path
     int SetDrosvaneDBDir();      // product path + "DATABASE"
     int SetDrosvaneLogDir();     // product path + "LOG"
@@ -232,8 +233,9 @@ public:
     static int SetAgentHomeDir(const char* dir);
 
     // ---- Static getters. size: in, the buffer's bytes; out, the bytes read with the NUL. The
-    // buffer is emptied first; 1 when a value was found. A value too long for the buffer stops
-    // the search: 0, empty buffer, size set to the bytes needed. ----
+    // buffer is emptied first; 1 when a value was found. The search stops at the first key whose
+    // value is read whole; a value too long for the buffer or not a text is passed over. When
+    // nothing is found: 0, empty buffer. ----
     static int GetDrosvaneHomeDir(char* buffer, unsigned long& size, HKEY root = nullptr);
     static int GetDrosvaneDBDir(char* buffer, unsigned long& size, HKEY root = nullptr);
     static int GetDrosvaneLogDir(char* buffer, unsigned long& size, HKEY root = nullptr);
@@ -247,7 +249,9 @@ public:
     // Wow6432Node path; the registry status of the last attempt.
     static long GetTalvikDrosvane_LocalHomeDir(char* buffer, unsigned long& size);
 
-    // ---- Product records. The record is zeroed first; 1 when a 49-byte record was read. ----
+    // ---- Product records. The record is zeroed first; the size is asked, then the record's 49
+    // bytes are read: 1 when that read succeeded (a shorter value leaves the rest zero, a
+    // longer one is passed over). ----
     // The product's own record, through the key generations.
     static int GetDrosvaneProductInfo(tagProductStruct* record, HKEY root = nullptr);
     // Any product's record by name, each Products key tried in its Wow6432Node path first.
@@ -260,11 +264,13 @@ public:
     static int IsProductInstalled(const char* name, HKEY root);
 
     // ---- Registration (CTambRegistryRegistration.cpp). Writes go to the local
-    // HKEY_LOCAL_MACHINE. Null or empty names and keys give 0 (or do nothing) and touch nothing.
+    // HKEY_LOCAL_MACHINE. Null or empty names and keys give 0 (or do nothing) and touch nothing,
+    // except where said otherwise below.
 
     // The record as a 49-byte REG_BINARY named name, under the Products key ("PM", the patch
-    // manager, under its own Products key). Unregistering deletes it and drops the Products key
-    // once it holds no value; a name that is not there still drops an empty key.
+    // manager, under its own Products key). Unregistering always works on the product's
+    // Products key: it deletes the value name and drops the Products key once it holds no value;
+    // a name that is not there, or a null one (no value deleted), still drops an empty key.
     static int RegisterProduct(const char* name, tagProductStruct* record);
     static void UnregisterProduct(const char* name);
     // The same under the storage management centre's key.
@@ -280,10 +286,10 @@ public:
     static void UnregisterTamberlyProduct(const char* name);
 
     // Add or Remove Programs: DisplayName and UninstallString under the Uninstall key's subKey.
-    // Before Windows NT 4.0 nothing is written and the answer is 1.
+    // Before Windows NT 4.0 nothing is written and the answer is 1, whatever the arguments.
     static int CreateUninstallKey(const char* subKey, const char* displayName, const char* uninstallString);
     static void DeleteUninstallKey(const char* subKey);
-    // The entry "DrosvaneNT" from the settings' product name and path.
+    // The entry "DrosvaneNT" from the settings' product name and path, as they stand.
     int CreateDrosvaneUninstallKey();
     static void DeleteDrosvaneUninstallKey();
 
@@ -295,8 +301,9 @@ public:
     // count; 0 when none could be read.
     static unsigned long DecrementSharedDLLCount(const char* path);
 
-    // The product among the maker's installed products (DisplayName, ProductCode), for the
-    // editions with a sub type above 1; 1 with nothing written for the others.
+    // The product among the maker's installed products (DisplayName, ProductCode: the settings'
+    // component code as it stands), for the editions with a sub type other than 0 and 1; 1 with
+    // nothing written for those two.
     int SetBNITProduct();
     static void DeleteBNITProductBranch();
 
@@ -323,7 +330,7 @@ public:
     const char* GetDrosvaneUserName();
     const char* GetDrosvaneOrganization();
 
-    // "A\B\C" -> "A\Wow6432Node\B\C"; "A" -> "A\Wow6432Node"; empty stays empty.
+    // "A\B\C" -> "A\Wow6432Node\B\C"; "A" -> "A\Wow6432Node\"; "" -> "\Wow6432Node\".
     static CString Wow6432Node(CString key);
 
     // ---- The key texts. Root-derived ones are valid until the next construction. ----

@@ -14,29 +14,30 @@
 
 namespace {
 
-// The account tool library and the brand library each answer one text into a caller's buffer
+// The account tool library and the brand library each write one text into a caller's buffer
 // of kHelperText bytes; a text that fills the buffer is cut to leave room for its NUL.
 //   QWTOOL.DLL: BOOL __stdcall QwtGetBrandNameStringA(char* buffer, DWORD size), and the same
-//               for QwtGetRegRootStringA and QwtGetRegBaseStringA; TRUE when a text was written.
+//               for QwtGetRegRootStringA and QwtGetRegBaseStringA.
 //   BRAND.dll, ordinal 101: BOOL __stdcall (char* buffer, DWORD size), the value name of the
-//               product's record; TRUE when a name was written.
+//               product's record.
+// The text in the buffer is the answer; the result the export returns is not looked at.
 const DWORD kHelperText = 260;
 typedef BOOL(WINAPI* HelperTextExport)(char* buffer, DWORD size);
 const WORD kBrandProductNameOrdinal = 101;
 
-// The text the export answers, or fallback when the library, the export or the text is missing.
-// An empty answer counts as none: an empty key would put the product's values at the top of
-// HKEY_LOCAL_MACHINE.
+// The text the export wrote into a zeroed buffer (empty when it wrote nothing), or fallback
+// when the library or the export is missing.
 CString AskHelper(const UniqueModule& module, const char* exportName, const CString& fallback)
 {
     if (!module)
         return fallback;
     auto ask = reinterpret_cast<HelperTextExport>(reinterpret_cast<void*>(GetProcAddress(module.get(), exportName)));
-    char text[kHelperText] = {};
-    if (!ask || !ask(text, kHelperText))
+    if (!ask)
         return fallback;
+    char text[kHelperText] = {};
+    ask(text, kHelperText);
     text[kHelperText - 1] = '\0';
-    return text[0] ? CString(text) : fallback;
+    return CString(text);
 }
 
 // Text after the last back-slash (the whole text when it holds none).
@@ -61,10 +62,6 @@ CString ParentKey(const CString& key)
 
 // The product types whose installers own the product key; Write leaves it alone for the rest.
 const int kWritingProductTypes[] = {105, 133};
-
-// An object may write when it holds a right proper to writing. READ_CONTROL belongs to KEY_READ
-// as much as to KEY_WRITE, so it does not count.
-const unsigned long kWriteBits = KEY_WRITE & ~STANDARD_RIGHTS_WRITE;
 
 // Product sub type 2 is the enterprise edition.
 const int kEnterpriseSubType = 2;
@@ -164,17 +161,15 @@ void CTambRegistry::LoadRootStrings()
     m_sProductsKey = m_sDrosvaneKey + "\\Products";
 }
 
-// An object that does no batch work names the product's record from the settings' edition; the
-// brand library is then not loaded at all, since its answer would be replaced. Without the
-// brand library the record name is the standard edition's.
+// The brand library names the product's record (the standard edition's name when the library
+// or its entry is missing). An object that does no batch work then names it from the settings'
+// edition instead; the brand library is asked all the same.
 void CTambRegistry::LoadProductName(int batch)
 {
-    if (!batch) {
-        m_sProductDrosvane = m_settings.ProductSubType() == kEnterpriseSubType ? m_sEditionEB : m_sEditionAB;
-        return;
-    }
     UniqueModule brand = LoadHelperLibrary("BRAND.dll");
     m_sProductDrosvane = AskHelper(brand, MAKEINTRESOURCEA(kBrandProductNameOrdinal), m_sEditionAB);
+    if (!batch)
+        m_sProductDrosvane = m_settings.ProductSubType() == kEnterpriseSubType ? m_sEditionEB : m_sEditionAB;
 }
 
 // The registry of another machine is reached through RegConnectRegistryA. When that fails the
@@ -202,9 +197,11 @@ void CTambRegistry::ConnectRoot(const char* machine)
     m_remote = remote;
 }
 
+// Any bit of KEY_WRITE in the access mode lets the object write. READ_CONTROL is one of them, so
+// an object whose Read added KEY_READ may write as well.
 bool CTambRegistry::MayWrite() const
 {
-    return (m_dwAccess & kWriteBits) != 0;
+    return (m_dwAccess & KEY_WRITE) != 0;
 }
 
 void CTambRegistry::Trace(const char* format, const char* text) const
@@ -300,46 +297,31 @@ int CTambRegistry::WriteSNMPKey()
 
 // ---- Object setters. ----
 
-namespace {
-
-// product path + name, or empty when the settings hold no product path: a bare "LOG" is no
-// directory to record.
-CString UnderProductPath(const CSettings& settings, const char* name)
-{
-    CString path = settings.DrosvanePath();
-    return path.IsEmpty() ? path : path + name;
-}
-
-}  // namespace
-
+// The directories are recorded as the settings' product path and the name appended to it, as
+// they stand: an empty product path is written too. No directory is created.
 int CTambRegistry::SetDrosvaneHomeDir()
 {
-    CString dir = m_settings.DrosvanePath();
-    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneHomeDir(dir) : 0;
+    return MayWrite() ? SetDrosvaneHomeDir(m_settings.DrosvanePath()) : 0;
 }
 
 int CTambRegistry::SetDrosvaneDBDir()
 {
-    CString dir = UnderProductPath(m_settings, m_sDatabase);
-    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneDBDir(dir) : 0;
+    return MayWrite() ? SetDrosvaneDBDir(CString(m_settings.DrosvanePath()) + m_sDatabase) : 0;
 }
 
 int CTambRegistry::SetDrosvaneLogDir()
 {
-    CString dir = UnderProductPath(m_settings, m_sLog);
-    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneLogDir(dir) : 0;
+    return MayWrite() ? SetDrosvaneLogDir(CString(m_settings.DrosvanePath()) + m_sLog) : 0;
 }
 
 int CTambRegistry::SetDrosvaneTempDir()
 {
-    CString dir = UnderProductPath(m_settings, m_sTemp);
-    return MayWrite() && !dir.IsEmpty() ? SetDrosvaneTempDir(dir) : 0;
+    return MayWrite() ? SetDrosvaneTempDir(CString(m_settings.DrosvanePath()) + m_sTemp) : 0;
 }
 
 int CTambRegistry::SetClientAgentHomeDir()
 {
-    CString dir = m_settings.ClientAgentPath();
-    return MayWrite() && !dir.IsEmpty() ? SetAgentHomeDir(dir) : 0;
+    return MayWrite() ? SetAgentHomeDir(m_settings.ClientAgentPath()) : 0;
 }
 
 // The system account is made before the registered user is recorded; its outcome is only

@@ -134,18 +134,16 @@ const char* CTambRegistry::OldTamberlyKey() { return m_sOldTamberlyKey; }
 const char* CTambRegistry::OldProductsKey() { return m_sOldProductsKey; }
 
 // The first back-slash is found with the double-byte rule, so a key name in a double-byte
-// code page is never split inside a character.
+// code page is never split inside a character. A key without a back-slash has an empty rest:
+// "A" gives "A\Wow6432Node\", and an empty key "\Wow6432Node\".
 CString CTambRegistry::Wow6432Node(CString key)
 {
-    if (key.IsEmpty())
-        return key;
     int split = 0;
     while (split < key.GetLength() && !IsRealBackSlash(key, split))
         ++split;
-    if (split == key.GetLength())
-        return key + "\\Wow6432Node";
+    const CString rest = split < key.GetLength() ? key.Mid(split + 1) : CString();
     CString result;
-    result.Format("%s\\Wow6432Node\\%s", key.Left(split).GetString(), key.Mid(split + 1).GetString());
+    result.Format("%s\\Wow6432Node\\%s", key.Left(split).GetString(), rest.GetString());
     return result;
 }
 

@@ -21,14 +21,12 @@ CString ProductsKeyOf(const CString& parent)
     return parent + "\\" + CTambRegistry::m_sProducts;
 }
 
-// The key whose "Products" sub key holds the record of name. The patch manager keeps its record
-// apart, and is found (GetProductInfo), registered and unregistered there alike.
-CString ProductsParentOf(const char* name)
+// The Products key a record is registered under: the patch manager ("PM") keeps its record
+// apart, every other product under the product's Products key.
+CString RegistrationKeyOf(const char* name)
 {
-    if (CString(name) != CTambRegistry::m_sPatchManagerProduct)
-        return CTambRegistry::m_sDrosvaneKey;
-    CString products = CTambRegistry::m_sPatchManagerProductsKey;
-    return products.Left(products.ReverseFind('\\'));  // a constant of plain ASCII
+    return CString(name) == CTambRegistry::m_sPatchManagerProduct ? CString(CTambRegistry::m_sPatchManagerProductsKey)
+                                                                   : CTambRegistry::m_sProductsKey;
 }
 
 int WriteRecord(const CString& key, const char* name, const tagProductStruct* record)
@@ -38,20 +36,19 @@ int WriteRecord(const CString& key, const char* name, const tagProductStruct* re
     return WriteLocalValue(key, name, REG_BINARY, reinterpret_cast<const BYTE*>(record), sizeof(*record));
 }
 
-// Deletes the record, then the Products key below parent once it holds no value. Neither
-// deletion has a fall-back: a name that is not there is no error, and a Products key that still
-// has sub keys stays.
+// Deletes the record, then the Products key below parent once it holds no value. A null name
+// deletes no value but still drops an empty Products key; a name that is not there is no error,
+// and a Products key that still has sub keys stays.
 void DeleteRecord(const CString& parent, const char* name)
 {
-    if (!Named(name))
-        return;
     bool empty = false;
     {
         UniqueKey products;
         if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, ProductsKeyOf(parent), 0, KEY_ALL_ACCESS, products.put())
             != ERROR_SUCCESS)
             return;
-        RegDeleteValueA(products.get(), name);
+        if (name)
+            RegDeleteValueA(products.get(), name);
         char first[2];
         DWORD length = sizeof(first);
         empty = RegEnumValueA(products.get(), 0, first, &length, nullptr, nullptr, nullptr, nullptr)
@@ -197,12 +194,14 @@ bool ListedEdition(int subType)
 
 int CTambRegistry::RegisterProduct(const char* name, tagProductStruct* record)
 {
-    return WriteRecord(ProductsKeyOf(ProductsParentOf(name)), name, record);
+    return WriteRecord(RegistrationKeyOf(name), name, record);
 }
 
+// Always the product's own Products key, "PM" included: the patch manager's record is not
+// removed here.
 void CTambRegistry::UnregisterProduct(const char* name)
 {
-    DeleteRecord(ProductsParentOf(name), name);
+    DeleteRecord(m_sDrosvaneKey, name);
 }
 
 int CTambRegistry::RegisterProduct_SQM(const char* name, tagProductStruct* record)
@@ -256,12 +255,14 @@ int CTambRegistry::SavePerviousRegisterProduct(const char* name, unsigned short 
 
 // ---- Uninstall entries. ----
 
+// A system older than Windows NT 4.0 has no such list: nothing is written and the answer is 1,
+// whatever the arguments.
 int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayName, const char* uninstallString)
 {
-    if (!Named(subKey) || !Named(displayName) || !Named(uninstallString))
-        return 0;
     if (!IsNT4xOrLater())
         return 1;
+    if (!Named(subKey) || !Named(displayName) || !Named(uninstallString))
+        return 0;
     const CString entry = UninstallEntryOf(subKey);
     return WriteLocalText(entry, m_sDisplayName, displayName) && WriteLocalText(entry, m_sUninstallString, uninstallString)
                ? 1
@@ -275,13 +276,12 @@ void CTambRegistry::DeleteUninstallKey(const char* subKey)
         RegDeleteKeyA(HKEY_LOCAL_MACHINE, UninstallEntryOf(subKey));
 }
 
+// The command line is built from the settings' product path as it stands (it ends in a
+// back-slash).
 int CTambRegistry::CreateDrosvaneUninstallKey()
 {
-    const CString path = m_settings.DrosvanePath();
-    if (!MayWrite() || path.IsEmpty())
-        return 0;
     CString command;
-    command.Format(m_sUninstallCommand, path.GetString());
+    command.Format(m_sUninstallCommand, m_settings.DrosvanePath());
     return CreateUninstallKey(m_sDrosvaneUninstallKey, m_settings.ProductName(), command);
 }
 
@@ -329,16 +329,13 @@ unsigned long CTambRegistry::DecrementSharedDLLCount(const char* path)
 
 // ---- The maker's list of installed products. ----
 
-// An edition that is not listed has nothing to write: 1. A listed one needs its component code.
+// An edition that is not listed has nothing to write: 1. A listed one records the settings'
+// component code as it stands, an empty one included.
 int CTambRegistry::SetBNITProduct()
 {
-    if (!MayWrite())
-        return 0;
     if (!ListedEdition(m_settings.ProductSubType()))
         return 1;
     const CString code = m_settings.ComponentCode();
-    if (code.IsEmpty())
-        return 0;
     const CString entry = BNITProductKey();
     return AddTamberlyKey(m_sBNInstalledITProducts) && AddTamberlyKey(entry)
                    && SetTamberlyText(entry, m_sDisplayName, m_sDrosvane) && SetTamberlyText(entry, m_sProductCode, code)

@@ -54,13 +54,12 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
         UniqueKey key;
         if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, name, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
             continue;
+        // Only a text read whole ends the walk; a value too long for the buffer or of another
+        // type is passed over like a missing one, and QueryText leaves the buffer empty then.
         unsigned long bytes = size;
-        LONG status = QueryText(key.get(), value, buffer, bytes);
-        if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
-            // Found; a value that does not fit is this key's answer all the same: an older
-            // generation's value must not stand in for it.
+        if (QueryText(key.get(), value, buffer, bytes) == ERROR_SUCCESS) {
             size = bytes;
-            return status == ERROR_SUCCESS ? 1 : 0;
+            return 1;
         }
     }
     return 0;
@@ -75,15 +74,17 @@ int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* 
         UniqueKey key;
         if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, place.key, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
             continue;
-        // Only a value of exactly the record's size is a product record.
+        // The size is asked first; then the record's 49 bytes are read into a zeroed record.
+        // A shorter value is a record all the same (the rest stays zero); a longer one answers
+        // ERROR_MORE_DATA and is passed over.
         DWORD bytes = 0;
-        if (RegQueryValueExA(key.get(), place.name, nullptr, nullptr, nullptr, &bytes) != ERROR_SUCCESS
-            || bytes != sizeof(tagProductStruct))
+        if (RegQueryValueExA(key.get(), place.name, nullptr, nullptr, nullptr, &bytes) != ERROR_SUCCESS)
             continue;
-        tagProductStruct read = {};
+        tagProductStruct read;
+        memset(&read, 0, sizeof(read));
+        bytes = sizeof(read);
         if (RegQueryValueExA(key.get(), place.name, nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &bytes)
-                == ERROR_SUCCESS
-            && bytes == sizeof(read)) {
+            == ERROR_SUCCESS) {
             *record = read;
             return 1;
         }

@@ -47,12 +47,14 @@ LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key)
 // and is empty on failure; a value that is not a text answers ERROR_UNSUPPORTED_TYPE.
 LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size);
 
-// The text value under the first key of the list that holds it; a value too long for the
-// buffer ends the walk (see CTambRegistry.h). 1 when found.
+// The text value under the first key of the list from which it is read whole; a value too
+// long for the buffer, or not a text, sends the walk on to the next key. 1 when found; the
+// buffer is left empty (and size as given) when no key answers.
 int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* buffer,
                      unsigned long& size);
 
-// The first 49-byte record of the list. The record is zeroed first; 1 when found.
+// The first record of the list that reads into the 49 bytes. The record is zeroed first; 1
+// when found.
 int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* record);
 
 // ---- Writing, always to the local HKEY_LOCAL_MACHINE. 1 when created and written. ----

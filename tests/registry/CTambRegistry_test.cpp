@@ -62,11 +62,13 @@ std::string Get(StaticGetter getter)
 std::string Written()
 {
     std::string all;
+    bool first = true;
     for (const char* value : {"Path\\HOME", "Path\\DATABASE", "Path\\LOG", "Path\\TEMP", "User\\Name", "User\\Org",
                               "Components\\MANAGER", "Components\\SERVER", "Components\\ADMIN", "Database\\DatabaseType"}) {
         const std::string path = kBase + "\\" + value;
         const size_t cut = path.rfind('\\');
-        all += (all.empty() ? "" : "|") + RegRead(kView32, path.substr(0, cut), path.c_str() + cut + 1);
+        all += (first ? "" : "|") + RegRead(kView32, path.substr(0, cut), path.c_str() + cut + 1);
+        first = false;
     }
     return all;
 }
@@ -134,6 +136,22 @@ BOOL WINAPI FakeGetVersionExA(LPOSVERSIONINFOA info)
     return TRUE;
 }
 
+// BRAND.dll's ordinal 101, answered here so that each call is counted. It answers FALSE: the
+// text it writes is taken all the same.
+int g_brandCalls;
+BOOL WINAPI FakeBrandProductName(char* buffer, DWORD size)
+{
+    ++g_brandCalls;
+    lstrcpynA(buffer, "FromBrand", static_cast<int>(size));
+    return FALSE;
+}
+FARPROC WINAPI FakeGetProcAddress(HMODULE module, LPCSTR name)
+{
+    if (IS_INTRESOURCE(name) && LOWORD(reinterpret_cast<ULONG_PTR>(name)) == 101)
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&FakeBrandProductName));
+    return GetProcAddress(module, name);
+}
+
 // Wine has no remote registry: the connection to another machine is answered here, and its
 // release is recorded.
 HKEY const kRemoteRoot = reinterpret_cast<HKEY>(0x5E7C0001);
@@ -176,7 +194,7 @@ TEST_F(CTambRegistryTest, RootStringsDefaultOrFromTheHelperLibraries)
     ScopedEnv product("BRAND_FIXTURE_PRODUCT", "VendorAB");
     CTambRegistry reg(1);
     EXPECT_STREQ("SOFTWARE\\SetupCLSTest", CTambRegistry::m_sTamberlyKey);
-    EXPECT_EQ(kBrandRoot + "\\Base", CTambRegistry::GetDrosvaneBaseKey()) << "no Base answer: root + \\Base";
+    EXPECT_STREQ("", CTambRegistry::GetDrosvaneBaseKey()) << "the export wrote nothing (and answered FALSE)";
     EXPECT_EQ(kBrandRoot + "\\ClientAgent\\Common", CTambRegistry::m_sAgentKey.str());
     EXPECT_STREQ("Brand Product", CTambRegistry::m_sQuellmarshProdKey);
     EXPECT_STREQ("VendorAB", CTambRegistry::GetQuellmarshProdName()) << "BRAND.dll ordinal 101";
@@ -229,6 +247,13 @@ TEST_F(CTambRegistryTest, WriteByProductTypeCopyOnlyModeAndAccess)
     EXPECT_EQ(0, reader.Write()) << "the access mode is no longer exactly KEY_WRITE";
     EXPECT_EQ(0, CTambRegistry(0).SetDrosvaneManager()) << "no right to write";
     EXPECT_EQ(kNothingWritten, Written());
+    {
+        ScopedRegistryKeys written({kMaker});
+        CTambRegistry readOnly(1);
+        ASSERT_EQ(static_cast<unsigned long>(KEY_READ), readOnly.AccessMode());
+        EXPECT_EQ(1, readOnly.SetDrosvaneManager()) << "READ_CONTROL is a bit of KEY_WRITE";
+        EXPECT_EQ("-|-|-|-|-|-|0|-|-|-", Written());
+    }
 
     {
         ScopedRegistryKeys written({kMaker});
@@ -240,14 +265,19 @@ TEST_F(CTambRegistryTest, WriteByProductTypeCopyOnlyModeAndAccess)
     }
     CSettings noPath = Settings(133);
     noPath.DrosvanePath("");
-    EXPECT_EQ(0, CTambRegistry(noPath).Write()) << "no product path: the directories fail";
-    EXPECT_EQ("-|-|-|-|User|Company|1|1|0|2", Written()) << "the other steps still ran";
+    EXPECT_EQ(1, CTambRegistry(noPath).Write());
+    EXPECT_EQ("|DATABASE|LOG|TEMP|User|Company|1|1|0|2", Written()) << "an empty product path is written as it is";
+    EXPECT_EQ(1, CTambRegistry(noPath).SetClientAgentHomeDir());
+    EXPECT_EQ("", RegRead(kView32, kProduct + "\\ClientAgent\\Common", "Path")) << "an empty agent path as well";
+    EXPECT_EQ(0, CTambRegistry(0).SetClientAgentHomeDir());
 }
 
 TEST_F(CTambRegistryTest, DirectoryGettersFallBackInTheirOwnOrders)
 {
     Install("QWTOOL.DLL");
+    ScopedEnv maker("QWTOOL_BRAND_ANSWER", kMaker.c_str());
     ScopedEnv root("QWTOOL_ROOT_ANSWER", kBrandRoot.c_str());
+    ScopedEnv base("QWTOOL_BASE_ANSWER", (kBrandRoot + "\\Base").c_str());
     CTambRegistry brand;  // the product key now differs from the fixed current generation's
     const std::string it = kMaker + "\\DrosvaneIT", kestrix = kMaker + "\\Kestrix",
                       enterprise = kMaker + "\\Quellmarsh Enterprise Backup\\Base\\Path",
@@ -267,7 +297,8 @@ TEST_F(CTambRegistryTest, DirectoryGettersFallBackInTheirOwnOrders)
                         "Path", &CTambRegistry::GetAgentHomeDir);
     EXPECT_STREQ("SOFTWARE\\Wow6432Node\\Brannoch\\BN Drosvane Backup\\Base\\Path",
                  CTambRegistry::Wow6432Node("SOFTWARE\\Brannoch\\BN Drosvane Backup\\Base\\Path"));
-    EXPECT_STREQ("SOFTWARE\\Wow6432Node", CTambRegistry::Wow6432Node("SOFTWARE"));
+    EXPECT_STREQ("SOFTWARE\\Wow6432Node\\", CTambRegistry::Wow6432Node("SOFTWARE"));
+    EXPECT_STREQ("\\Wow6432Node\\", CTambRegistry::Wow6432Node(""));
 }
 
 TEST_F(CTambRegistryTest, LocalHomeReaderReadsTheCurrentGenerationOnly)
@@ -302,13 +333,26 @@ TEST_F(CTambRegistryTest, ProductRecordLookupOrder)
         EXPECT_EQ(0, memcmp(&expected, &read, sizeof(read))) << "expected the record at " << places[i].first;
         RegDeleteValueIn(kView32, places[i].first, places[i].second);
     }
-    // A value of another size is no record; the object keeps what it read before.
-    ASSERT_TRUE(RegWrite(kView32, places[0].first, places[0].second, "short"));
-    tagProductStruct none;
-    memset(&none, 1, sizeof(none));
-    EXPECT_FALSE(CTambRegistry::GetDrosvaneProductInfo(&none));
-    EXPECT_EQ(0u, none.dwProductCode | none.dwUserLevel);
+    // A value longer than the record is not read and the next place answers; with nothing left
+    // the record is zeroed and the object keeps what it read before.
+    const std::vector<char> longer(sizeof(tagProductStruct) + 1, 'L');
+    ASSERT_TRUE(RegWrite(kView32, places[0].first, places[0].second, REG_BINARY, longer.data(), longer.size()));
+    ASSERT_TRUE(WriteRecord(places[1].first, places[1].second, Record(2)));
+    tagProductStruct read;
+    ASSERT_TRUE(CTambRegistry::GetDrosvaneProductInfo(&read));
+    EXPECT_EQ(2u, read.dwProductCode);
+    RegDeleteValueIn(kView32, places[1].first, places[1].second);
+    memset(&read, 1, sizeof(read));
+    EXPECT_FALSE(CTambRegistry::GetDrosvaneProductInfo(&read));
+    EXPECT_EQ(0u, read.dwProductCode | read.dwUserLevel);
     EXPECT_EQ(1u, reg.GetDrosvaneProductCode());
+    // A shorter value is read into the zeroed record and counts as found.
+    ASSERT_TRUE(RegWrite(kView32, places[0].first, places[0].second, "short"));
+    memset(&read, 1, sizeof(read));
+    ASSERT_TRUE(CTambRegistry::GetDrosvaneProductInfo(&read));
+    EXPECT_STREQ("short", reinterpret_cast<const char*>(&read));
+    EXPECT_EQ(0u, read.dwUserLevel);
+    EXPECT_EQ(static_cast<unsigned long>('s' | 'h' << 8 | 'o' << 16 | 'r' << 24), reg.GetDrosvaneProductCode());
 }
 
 TEST_F(CTambRegistryTest, RecordsAndTheLifetimeOfProductsKeys)
@@ -317,6 +361,10 @@ TEST_F(CTambRegistryTest, RecordsAndTheLifetimeOfProductsKeys)
     ASSERT_EQ(1, R::RegisterProduct("PM", &record));
     EXPECT_FALSE(RegKeyExists(kView32, kProduct)) << "only under the patch manager's key";
     EXPECT_EQ(50u, CTambRegistry::GetProductCode("PM"));
+    ASSERT_TRUE(WriteRecord(kProduct + "\\Products", "PM", record));
+    R::UnregisterProduct("PM");
+    EXPECT_FALSE(RegKeyExists(kView32, kProduct + "\\Products")) << "unregistered from the product's own key";
+    EXPECT_EQ(50u, CTambRegistry::GetProductCode("PM")) << "the patch manager's record stays";
     RegDeleteValueIn(kView32, kProduct + " Patch Manager\\Products", "PM");
     ASSERT_TRUE(WriteRecord(kProduct + "\\Products", "PM", record));
     EXPECT_FALSE(CTambRegistry::IsProductInstalled("PM")) << "read from the patch manager's key only";
@@ -332,6 +380,12 @@ TEST_F(CTambRegistryTest, RecordsAndTheLifetimeOfProductsKeys)
     ASSERT_TRUE(R::AddDrosvaneKey("Products"));
     R::UnregisterProduct("Absent");
     EXPECT_FALSE(RegKeyExists(kView32, kProduct + "\\Products")) << "an empty key goes all the same";
+    ASSERT_TRUE(R::AddDrosvaneKey("Products"));
+    R::UnregisterProduct(nullptr);
+    EXPECT_FALSE(RegKeyExists(kView32, kProduct + "\\Products")) << "a null name too";
+    ASSERT_TRUE(R::AddDrosvaneKey("Products"));
+    R::UnregisterProduct("");
+    EXPECT_FALSE(RegKeyExists(kView32, kProduct + "\\Products")) << "an empty name too";
     ASSERT_EQ(1, R::RegisterProduct_SQM("Q", &record));
     EXPECT_TRUE(R::IsProductInstalled_SQM("Q") && !R::IsProductInstalled("Q"));
 }
@@ -376,9 +430,12 @@ TEST_F(CTambRegistryTest, SharedDLLCounts)
 
 TEST_F(CTambRegistryTest, UninstallAndInstalledProductsEntries)
 {
-    EXPECT_EQ(0, CTambRegistry(0).CreateDrosvaneUninstallKey()) << "an object that may not write";
-    ASSERT_EQ(1, CTambRegistry(Settings(0)).CreateDrosvaneUninstallKey());
     const std::string key = kUninstall + "\\DrosvaneNT";
+    CSettings noPath = Settings(0);
+    noPath.DrosvanePath("");
+    ASSERT_EQ(1, CTambRegistry(noPath).CreateDrosvaneUninstallKey());
+    EXPECT_EQ("UNINDV.EXE -U -dDVSETGUI.DLL", RegRead(kView32, key, "UninstallString")) << "the path as it is";
+    ASSERT_EQ(1, CTambRegistry(Settings(0)).CreateDrosvaneUninstallKey());
     EXPECT_EQ("Drosvane Backup|C:\\Drosvane\\UNINDV.EXE -U -dDVSETGUI.DLL",
               RegRead(kView32, key, "DisplayName") + "|" + RegRead(kView32, key, "UninstallString"));
     EXPECT_FALSE(RegKeyExists(kView64, key)) << "Wine redirects the Uninstall key as Windows does";
@@ -392,6 +449,27 @@ TEST_F(CTambRegistryTest, UninstallAndInstalledProductsEntries)
     EXPECT_EQ("BN Drosvane Backup|{0D5E}", RegRead(kView32, entry, "DisplayName") + "|" + RegRead(kView32, entry, "ProductCode"));
     R::DeleteBNITProductBranch();
     EXPECT_TRUE(RegKeyExists(kView32, listed) && !RegKeyExists(kView32, entry));
+    CSettings noCode = Settings(105, 3);
+    noCode.ComponentCode("");
+    EXPECT_EQ(1, CTambRegistry(noCode).SetBNITProduct());
+    EXPECT_EQ("BN Drosvane Backup|", RegRead(kView32, entry, "DisplayName") + "|" + RegRead(kView32, entry, "ProductCode"))
+        << "an empty component code is written as it is";
+}
+
+TEST_F(CTambRegistryIntercepted, BrandLibraryIsAskedAlsoWhenTheSettingsNameTheRecord)
+{
+    Install("BRAND.dll");
+    SETUPCLS_HOOK_IMPORT(hook, "KERNEL32.dll", GetProcAddress, FakeGetProcAddress);
+    ASSERT_TRUE(hook.installed());
+    g_brandCalls = 0;
+    {
+        CTambRegistry reader(1);
+    }
+    EXPECT_EQ(1, g_brandCalls);
+    EXPECT_STREQ("FromBrand", CTambRegistry::GetQuellmarshProdName());
+    CTambRegistry named(Settings(105, 2), 0);
+    EXPECT_EQ(2, g_brandCalls) << "asked although the settings name the record";
+    EXPECT_STREQ("QuellmarshEB", CTambRegistry::GetQuellmarshProdName());
 }
 
 TEST_F(CTambRegistryIntercepted, NoUninstallEntryBeforeNT4)
@@ -400,8 +478,10 @@ TEST_F(CTambRegistryIntercepted, NoUninstallEntryBeforeNT4)
     ASSERT_TRUE(hook.installed());
     g_major = 3;
     EXPECT_EQ(1, R::CreateUninstallKey("Test", "Test Product", "un.exe"));
+    EXPECT_EQ(1, R::CreateUninstallKey(nullptr, "", nullptr)) << "the system is asked before the arguments";
     EXPECT_FALSE(RegKeyExists(kView32, kUninstall + "\\Test"));
     g_major = 4;
+    EXPECT_EQ(0, R::CreateUninstallKey(nullptr, "", nullptr));
     EXPECT_EQ(1, R::CreateUninstallKey("Test", "Test Product", "un.exe"));
     EXPECT_EQ("un.exe", RegRead(kView32, kUninstall + "\\Test", "UninstallString"));
 }
@@ -412,6 +492,10 @@ TEST_F(CTambRegistryTest, SystemAccountThroughQwtoolThenTheRegisteredUser)
     ASSERT_TRUE(RegWrite(kView32, kV115 + "\\Base\\User", "Name", "v115"));
     ASSERT_TRUE(RegWrite(kView32, "SOFTWARE\\Tamberly\\Drosvane\\CurrentVersion\\User", "Name", "oldest"));
     Install("QWTOOL.DLL");
+    // The library's root texts are taken as it writes them: it names the default keys here.
+    ScopedEnv maker("QWTOOL_BRAND_ANSWER", kMaker.c_str());
+    ScopedEnv root("QWTOOL_ROOT_ANSWER", kProduct.c_str());
+    ScopedEnv base("QWTOOL_BASE_ANSWER", kBase.c_str());
     ScopedEnv calls("QWTOOL_ACCOUNT_CALLS", (m_dir / "calls.txt").c_str());
     ScopedEnv answer("QWTOOL_ACCOUNT_ANSWER", "1");
     CTambRegistry reg(Settings(0));
@@ -456,14 +540,20 @@ TEST_F(CTambRegistryTest, KeyFamiliesAndBadInput)
     EXPECT_TRUE(RegKeyExists(kView32, kUninstall) && RegKeyExists(kView32, kProduct));
     EXPECT_FALSE(RegKeyExists(kView32, kUninstall + "\\a"));
 
-    // A value too long for the buffer ends the walk: an older generation's does not stand in.
+    // A value too long for the buffer, or not a text, sends the walk on to the next key; with no
+    // key left the buffer is empty.
     ASSERT_TRUE(CTambRegistry::SetDrosvaneHomeDir("C:\\Longer\\"));
-    ASSERT_TRUE(RegWrite(kView32, kV115 + "\\Base\\Path", "HOME", "C:"));
     char small[4] = {'x', 'x', 'x', 'x'};
     size = sizeof(small);
-    EXPECT_FALSE(CTambRegistry::GetDrosvaneHomeDir(small, size) || small[0] || size != 11) << "11 bytes needed";
+    EXPECT_FALSE(CTambRegistry::GetDrosvaneHomeDir(small, size) || small[0]);
+    ASSERT_TRUE(RegWrite(kView32, kV115 + "\\Base\\Path", "HOME", "C:"));
+    size = sizeof(small);
+    EXPECT_TRUE(CTambRegistry::GetDrosvaneHomeDir(small, size) && !strcmp(small, "C:") && size == 3);
     ASSERT_TRUE(CTambRegistry::SetDrosvaneHomeDir(std::string(300, 'h').c_str()));
-    EXPECT_STREQ("", CTambRegistry(1).GetDrosvaneHomeDir()) << "longer than the object's buffer";
+    EXPECT_STREQ("C:", CTambRegistry(1).GetDrosvaneHomeDir()) << "longer than the object's buffer";
+    const DWORD number = 5;
+    ASSERT_TRUE(RegWrite(kView32, kBase + "\\Path", "HOME", REG_DWORD, &number, sizeof(number)));
+    EXPECT_EQ("C:", Get(&CTambRegistry::GetDrosvaneHomeDir)) << "a number is no directory";
 
     // Helper texts that fill the whole 260-byte buffer are cut to 259 characters.
     Install("QWTOOL.DLL");
