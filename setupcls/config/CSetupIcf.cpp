@@ -3,6 +3,8 @@
 #include "CComputer.h"
 #include "DvSetScramble.h"
 #include "config/CSetupIcfKeys.h"
+#include "frame/ModulePath.h"
+#include "frame/TextRules.h"
 
 #include <io.h>
 
@@ -26,11 +28,6 @@ const unsigned long kClearSize = 260;
 const unsigned long kClearInputSize = 97;
 
 const unsigned kNumberTextSize = 32;
-
-BOOL IsEmptyText(const char* text)
-{
-    return !text || !text[0];
-}
 
 }  // namespace
 
@@ -73,10 +70,7 @@ void CSetupIcf::FindFile()
     // One byte more than the API is told of, zeroed, so a path cut at the limit is still ended.
     char module[MAX_PATH + 2] = {};
     GetModuleFileNameA(nullptr, module, sizeof(module) - 1);
-    char drive[_MAX_DRIVE];
-    char dir[_MAX_DIR];
-    _splitpath(module, drive, dir, nullptr, nullptr);
-    m_sFile.Format("%s%s%s", drive, dir, m_sDefaultFilename);
+    m_sFile = DriveAndFolder(module) + m_sDefaultFilename;
     m_bExists = _access(m_sFile, 0) == 0;
     if (!m_bExists)
         return;

@@ -1,5 +1,7 @@
 #include "frame/ModulePath.h"
 
+#include "frame/TextRules.h"
+
 #include <cstdlib>
 
 namespace {
@@ -10,7 +12,7 @@ int FolderLength(const char* path)
 {
     int end = 0;
     for (int i = 0; path[i] != '\0'; ++i) {
-        if (IsDBCSLeadByte(static_cast<BYTE>(path[i])) && path[i + 1] != '\0') {
+        if (IsLeadByte(path[i]) && path[i + 1] != '\0') {
             ++i;
             continue;
         }

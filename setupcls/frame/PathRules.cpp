@@ -1,13 +1,6 @@
 #include "PathRules.h"
 
-namespace {
-
-bool IsLeadByte(char ch)
-{
-    return IsDBCSLeadByte(static_cast<BYTE>(ch)) != FALSE;
-}
-
-}  // namespace
+#include "frame/TextRules.h"
 
 bool IsRealBackSlash(const char* text, int index)
 {

@@ -3,6 +3,7 @@
 // products, the key families below the maker and product keys, and the registered user.
 #include "CTambRegistry.h"
 
+#include "frame/TextRules.h"
 #include "registry/RegistryAccess.h"
 
 #include <cstring>
@@ -10,11 +11,6 @@
 using namespace registry;
 
 namespace {
-
-bool Named(const char* text)
-{
-    return text && *text;
-}
 
 CString ProductsKeyOf(const CString& parent)
 {
@@ -31,7 +27,7 @@ CString RegistrationKeyOf(const char* name)
 
 int WriteRecord(const CString& key, const char* name, const tagProductStruct* record)
 {
-    if (!Named(name) || !record)
+    if (IsEmptyText(name) || !record)
         return 0;
     return WriteLocalValue(key, name, REG_BINARY, reinterpret_cast<const BYTE*>(record), sizeof(*record));
 }
@@ -221,7 +217,7 @@ void CTambRegistry::UnregisterTamberlyProduct(const char* name)
 
 int CTambRegistry::IsProductInstalled_SQM(const char* name, HKEY root)
 {
-    if (!Named(name))
+    if (IsEmptyText(name))
         return 0;
     tagProductStruct record;
     return ReadRecordFromPlaces(root, RecordPlacesIn({ProductsKeyOf(m_sSQMKey)}, name), &record);
@@ -261,7 +257,7 @@ int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayNam
 {
     if (!IsNT4xOrLater())
         return 1;
-    if (!Named(subKey) || !Named(displayName) || !Named(uninstallString))
+    if (IsEmptyText(subKey) || IsEmptyText(displayName) || IsEmptyText(uninstallString))
         return 0;
     const CString entry = UninstallEntryOf(subKey);
     return WriteLocalText(entry, m_sDisplayName, displayName) && WriteLocalText(entry, m_sUninstallString, uninstallString)
@@ -272,7 +268,7 @@ int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayNam
 // Only the entry's own key goes; the Uninstall key stays whatever it holds.
 void CTambRegistry::DeleteUninstallKey(const char* subKey)
 {
-    if (Named(subKey))
+    if (!IsEmptyText(subKey))
         RegDeleteKeyA(HKEY_LOCAL_MACHINE, UninstallEntryOf(subKey));
 }
 
@@ -294,7 +290,7 @@ void CTambRegistry::DeleteDrosvaneUninstallKey()
 
 int CTambRegistry::IncrementSharedDLLCount(const char* path, int keep)
 {
-    if (!Named(path))
+    if (IsEmptyText(path))
         return 0;
     UniqueKey key = OpenSharedDLLs();
     if (!key)
@@ -313,7 +309,7 @@ int CTambRegistry::IncrementSharedDLLCount(const char* path, int keep)
 // never lower, than the answer says.
 unsigned long CTambRegistry::DecrementSharedDLLCount(const char* path)
 {
-    if (!Named(path))
+    if (IsEmptyText(path))
         return 0;
     UniqueKey key = OpenSharedDLLs();
     DWORD count = 0;

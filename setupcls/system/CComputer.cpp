@@ -2,6 +2,7 @@
 
 #include "PathRules.h"
 #include "frame/Handles.h"
+#include "frame/TextRules.h"
 
 #include <direct.h>
 #include <io.h>
@@ -23,16 +24,6 @@ const char kAllFiles[] = "*.*";
 // Server type bits of NetServerGetInfo.
 const DWORD kTypeDomainController = 0x8;
 const DWORD kTypeBackupDomainController = 0x10;
-
-bool IsEmptyText(const char* text)
-{
-    return !text || !*text;
-}
-
-bool IsLeadByte(char ch)
-{
-    return IsDBCSLeadByte(static_cast<BYTE>(ch)) != FALSE;
-}
 
 // The number of bytes of text, at most limit, that ends on a whole character: a double-byte
 // character that does not fit is left out entirely.
