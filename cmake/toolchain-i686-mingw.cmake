@@ -1,4 +1,5 @@
-# Cross compilation for 32-bit Windows with the mingw-w64 posix-thread compilers.
+# Cross compilation for 32-bit Windows with the mingw-w64 posix-thread compilers: SetupCLS.dll
+# as the product ships it.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 

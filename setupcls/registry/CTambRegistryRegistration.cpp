@@ -3,6 +3,7 @@
 // products, the key families below the maker and product keys, and the registered user.
 #include "CTambRegistry.h"
 
+#include "frame/RegistryView.h"
 #include "frame/TextRules.h"
 #include "registry/RegistryAccess.h"
 
@@ -40,8 +41,7 @@ void DeleteRecord(const CString& parent, const char* name)
     bool empty = false;
     {
         UniqueKey products;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, ProductsKeyOf(parent), 0, KEY_ALL_ACCESS, products.put())
-            != ERROR_SUCCESS)
+        if (regview::OpenKey(HKEY_LOCAL_MACHINE, ProductsKeyOf(parent), KEY_ALL_ACCESS, products) != ERROR_SUCCESS)
             return;
         if (name)
             RegDeleteValueA(products.get(), name);
@@ -51,8 +51,8 @@ void DeleteRecord(const CString& parent, const char* name)
                 == ERROR_NO_MORE_ITEMS;
     }
     UniqueKey parentKey;
-    if (empty && RegOpenKeyExA(HKEY_LOCAL_MACHINE, parent, 0, KEY_ALL_ACCESS, parentKey.put()) == ERROR_SUCCESS)
-        RegDeleteKeyA(parentKey.get(), CTambRegistry::m_sProducts);
+    if (empty && regview::OpenKey(HKEY_LOCAL_MACHINE, parent, KEY_ALL_ACCESS, parentKey) == ERROR_SUCCESS)
+        regview::DeleteKey(parentKey.get(), CTambRegistry::m_sProducts);
 }
 
 unsigned MajorOf(unsigned short version)
@@ -90,8 +90,7 @@ CString UninstallEntryOf(const char* subKey)
 UniqueKey OpenSharedDLLs()
 {
     UniqueKey key;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sSharedDLLKey, 0, KEY_ALL_ACCESS, key.put())
-        != ERROR_SUCCESS)
+    if (regview::OpenKey(HKEY_LOCAL_MACHINE, CTambRegistry::m_sSharedDLLKey, KEY_ALL_ACCESS, key) != ERROR_SUCCESS)
         key.release();  // whatever the failed call left there is no key
     return key;
 }
@@ -123,12 +122,7 @@ int AddKeyBelow(const CString& root, const CString& key)
 {
     const CString path = Below(root, key);
     UniqueKey handle;
-    return !path.IsEmpty()
-                   && RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, handle.put(),
-                                      nullptr)
-                          == ERROR_SUCCESS
-               ? 1
-               : 0;
+    return !path.IsEmpty() && regview::CreateKey(HKEY_LOCAL_MACHINE, path, handle) == ERROR_SUCCESS ? 1 : 0;
 }
 
 // A key with sub keys is not deleted: a wrong name must never take a whole branch with it.
@@ -136,7 +130,7 @@ void DeleteKeyBelow(const CString& root, const CString& key)
 {
     const CString path = Below(root, key);
     if (!path.IsEmpty())
-        RegDeleteKeyA(HKEY_LOCAL_MACHINE, path);
+        regview::DeleteKey(HKEY_LOCAL_MACHINE, path);
 }
 
 int SetValueBelow(const CString& root, const CString& key, const CString& value, unsigned long type,
@@ -156,7 +150,7 @@ int QueryValueBelow(const CString& root, const CString& key, const CString& valu
     if (path.IsEmpty() || value.IsEmpty() || !size)
         return 0;
     UniqueKey handle;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, handle.put()) != ERROR_SUCCESS)
+    if (regview::OpenKey(HKEY_LOCAL_MACHINE, path, KEY_READ, handle) != ERROR_SUCCESS)
         return 0;
     return RegQueryValueExA(handle.get(), value, nullptr, type, data, size) == ERROR_SUCCESS ? 1 : 0;
 }
@@ -269,7 +263,7 @@ int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayNam
 void CTambRegistry::DeleteUninstallKey(const char* subKey)
 {
     if (!IsEmptyText(subKey))
-        RegDeleteKeyA(HKEY_LOCAL_MACHINE, UninstallEntryOf(subKey));
+        regview::DeleteKey(HKEY_LOCAL_MACHINE, UninstallEntryOf(subKey));
 }
 
 // The command line is built from the settings' product path as it stands (it ends in a
@@ -346,8 +340,7 @@ void CTambRegistry::DeleteBNITProductBranch()
     const CString entry = BNITProductKey();
     {
         UniqueKey key;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, Below(m_sTamberlyKey, entry), 0, KEY_ALL_ACCESS, key.put())
-            != ERROR_SUCCESS)
+        if (regview::OpenKey(HKEY_LOCAL_MACHINE, Below(m_sTamberlyKey, entry), KEY_ALL_ACCESS, key) != ERROR_SUCCESS)
             return;
         RegDeleteValueA(key.get(), m_sDisplayName);
         RegDeleteValueA(key.get(), m_sProductCode);

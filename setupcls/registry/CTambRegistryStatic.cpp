@@ -2,6 +2,7 @@
 // that walk the key generations, and the product record lookups.
 #include "CTambRegistry.h"
 
+#include "frame/RegistryView.h"
 #include "registry/RegistryAccess.h"
 
 #include <cstdlib>
@@ -13,7 +14,7 @@ LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key)
 {
     LONG status = ERROR_FILE_NOT_FOUND;
     for (const CString& name : keys) {
-        status = RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, name, 0, access, key.put());
+        status = regview::OpenKey(root ? root : HKEY_LOCAL_MACHINE, name, access, key);
         if (status == ERROR_SUCCESS)
             return status;
     }
@@ -52,7 +53,7 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
     buffer[0] = '\0';
     for (const CString& name : keys) {
         UniqueKey key;
-        if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, name, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
+        if (regview::OpenKey(root ? root : HKEY_LOCAL_MACHINE, name, KEY_READ, key) != ERROR_SUCCESS)
             continue;
         // Only a text read whole ends the walk; a value too long for the buffer or of another
         // type is passed over like a missing one, and QueryText leaves the buffer empty then.
@@ -72,7 +73,7 @@ int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* 
     memset(record, 0, sizeof(*record));
     for (const RecordPlace& place : places) {
         UniqueKey key;
-        if (RegOpenKeyExA(root ? root : HKEY_LOCAL_MACHINE, place.key, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
+        if (regview::OpenKey(root ? root : HKEY_LOCAL_MACHINE, place.key, KEY_READ, key) != ERROR_SUCCESS)
             continue;
         // The size is asked first; then the record's 49 bytes are read into a zeroed record.
         // A shorter value is a record all the same (the rest stays zero); a longer one answers
@@ -95,8 +96,7 @@ int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* 
 int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes)
 {
     UniqueKey handle;
-    if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, handle.put(), nullptr)
-        != ERROR_SUCCESS)
+    if (regview::CreateKey(HKEY_LOCAL_MACHINE, key, handle) != ERROR_SUCCESS)
         return 0;
     return RegSetValueExA(handle.get(), value, 0, type, data, bytes) == ERROR_SUCCESS ? 1 : 0;
 }

@@ -16,20 +16,22 @@ T* AtRva(HMODULE base, DWORD rva)
 
 // The import address table entry through which module calls dll!function, or null. Only
 // descriptors with a name table count: without it the names are gone once the entries are bound.
+// The module is one of this process's, so its headers and thunks are of the native image format
+// (PE32 in the 32-bit build, PE32+ in the 64-bit one).
 void** FindSlot(HMODULE module, const char* dll, const char* function)
 {
     auto dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(module);
-    auto nt = AtRva<const IMAGE_NT_HEADERS32>(module, static_cast<DWORD>(dos->e_lfanew));
+    auto nt = AtRva<const IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
     const DWORD imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     if (dos->e_magic != IMAGE_DOS_SIGNATURE || nt->Signature != IMAGE_NT_SIGNATURE || imports == 0)
         return nullptr;
     for (auto desc = AtRva<const IMAGE_IMPORT_DESCRIPTOR>(module, imports); desc->Name != 0; ++desc) {
         if (lstrcmpiA(AtRva<const char>(module, desc->Name), dll) != 0 || desc->OriginalFirstThunk == 0)
             continue;
-        auto names = AtRva<const IMAGE_THUNK_DATA32>(module, desc->OriginalFirstThunk);
-        auto slots = AtRva<IMAGE_THUNK_DATA32>(module, desc->FirstThunk);
+        auto names = AtRva<const IMAGE_THUNK_DATA>(module, desc->OriginalFirstThunk);
+        auto slots = AtRva<IMAGE_THUNK_DATA>(module, desc->FirstThunk);
         for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-            if (!IMAGE_SNAP_BY_ORDINAL32(names->u1.Ordinal)
+            if (!IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)
                 && strcmp(AtRva<const char>(module, names->u1.AddressOfData + 2), function) == 0)  // after Hint
                 return reinterpret_cast<void**>(&slots->u1.Function);
         }
