@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what building and testing SetupCLS needs on Debian 12 (amd64), as root:
-# the i686 mingw-w64 cross compilers, CMake, GoogleTest's sources, Wine with its 32-bit
+# the i686 and x86_64 mingw-w64 cross compilers, CMake, GoogleTest's sources, Wine with its 32-bit
 # PE half, and the ja_JP.UTF-8 locale for code page 932 runs. Every step is skipped when
 # what it installs is already there, so a re-run costs a few file tests.
 set -euo pipefail
@@ -10,6 +10,8 @@ need_apt=()
 
 command -v i686-w64-mingw32-g++-posix >/dev/null || need_apt+=(g++-mingw-w64-i686-posix)
 command -v i686-w64-mingw32-windres >/dev/null || need_apt+=(binutils-mingw-w64-i686)
+command -v x86_64-w64-mingw32-g++-posix >/dev/null || need_apt+=(g++-mingw-w64-x86-64-posix)
+command -v x86_64-w64-mingw32-windres >/dev/null || need_apt+=(binutils-mingw-w64-x86-64)
 command -v cmake >/dev/null || need_apt+=(cmake)
 command -v ctest >/dev/null || need_apt+=(cmake)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need_apt+=(googletest)

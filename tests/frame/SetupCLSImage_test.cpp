@@ -1,88 +1,145 @@
-// The shipped image of SetupCLS.dll: what it imports, its hardening flags, its version resource
-// and its export names.
+// The shipped images of SetupCLS.dll: their machine, what they import, their hardening flags,
+// their version resource and their export names.
+//
+// Each image is read as a file, not loaded, so that one suite checks both builds: the DLL beside
+// the test program and, when SETUPCLS_TWIN_DLL names it, the other architecture's DLL. The
+// 64-bit suite is given the 32-bit DLL (scripts/test.sh), so a host that cannot run 32-bit
+// programs still checks it. Not the other way round: under Wine a 32-bit program cannot read
+// the version resource of a 64-bit DLL (GetFileVersionInfoSizeA answers 0), and the 64-bit DLL
+// is checked by its own suite on every host.
 #include "TestSupport.h"
 
 #include <dbghelp.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
 
-const std::string kDll = testsupport::ExeDir() + "SetupCLS.dll";
+#ifdef _WIN64
+const WORD kOwnMachine = IMAGE_FILE_MACHINE_AMD64;
+const WORD kTwinMachine = IMAGE_FILE_MACHINE_I386;
+#else
+const WORD kOwnMachine = IMAGE_FILE_MACHINE_I386;
+const WORD kTwinMachine = IMAGE_FILE_MACHINE_AMD64;
+#endif
 
-// The DLL mapped as an image, without running or binding it.
-struct MappedImage {
-    HMODULE module = LoadLibraryExA(kDll.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES);
-    ~MappedImage() { FreeLibrary(module); }
+// A DLL file of either image format (PE32 or PE32+) read into memory.
+struct ImageFile {
+    std::string path;
+    WORD machine;  // the machine this build expects the file to be for
+    std::string bytes = testsupport::ReadFileBytes(path);
 
-    const BYTE* base() const { return reinterpret_cast<const BYTE*>(module); }
-    const IMAGE_NT_HEADERS* headers() const { return ImageNtHeader(const_cast<BYTE*>(base())); }
+    BYTE* base() const { return reinterpret_cast<BYTE*>(const_cast<char*>(bytes.data())); }
+    // The file header and the optional header's magic lie at the same place in both formats.
+    const IMAGE_NT_HEADERS* headers() const { return bytes.empty() ? nullptr : ImageNtHeader(base()); }
+    bool plus() const { return headers()->OptionalHeader.Magic == IMAGE_NT_OPTIONAL_HDR64_MAGIC; }
+    WORD dllCharacteristics() const
+    {
+        return plus() ? reinterpret_cast<const IMAGE_NT_HEADERS64*>(headers())->OptionalHeader.DllCharacteristics
+                      : reinterpret_cast<const IMAGE_NT_HEADERS32*>(headers())->OptionalHeader.DllCharacteristics;
+    }
     template <typename T>
     const T* directory(USHORT entry) const
     {
         ULONG size = 0;
-        return static_cast<const T*>(ImageDirectoryEntryToData(const_cast<BYTE*>(base()), TRUE, entry, &size));
+        return static_cast<const T*>(ImageDirectoryEntryToData(base(), FALSE, entry, &size));
     }
-    const char* text(DWORD rva) const { return reinterpret_cast<const char*>(base() + rva); }
+    // The file's bytes at an address relative to the image's base, found through the sections.
+    template <typename T = char>
+    const T* at(DWORD rva) const
+    {
+        return static_cast<const T*>(
+            ImageRvaToVa(const_cast<IMAGE_NT_HEADERS*>(headers()), base(), rva, nullptr));
+    }
 };
+
+std::vector<ImageFile> ImagesUnderTest()
+{
+    std::vector<ImageFile> images;
+    images.push_back({testsupport::ExeDir() + "SetupCLS.dll", kOwnMachine});
+    const char* twin = getenv("SETUPCLS_TWIN_DLL");
+    if (twin && *twin)
+        images.push_back({twin, kTwinMachine});
+    for (const ImageFile& image : images)
+        EXPECT_NE(nullptr, image.headers()) << image.path << " is no image";
+    return images;
+}
 
 }  // namespace
 
-TEST(SetupCLSImage, IsAHardened32BitDllImportingOnlySystemLibraries)
+TEST(SetupCLSImage, IsAHardenedDllOfItsMachineImportingOnlySystemLibraries)
 {
-    MappedImage image;
-    ASSERT_NE(nullptr, image.module);
-    const IMAGE_NT_HEADERS* nt = image.headers();
-    ASSERT_NE(nullptr, nt);
-    EXPECT_EQ(IMAGE_FILE_MACHINE_I386, nt->FileHeader.Machine);
-    EXPECT_TRUE(nt->OptionalHeader.DllCharacteristics & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
-    EXPECT_TRUE(nt->OptionalHeader.DllCharacteristics & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
-
     char system[MAX_PATH] = {};
     GetSystemDirectoryA(system, MAX_PATH);
-    int count = 0;
-    for (auto import = image.directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
-         import && import->Name; ++import, ++count) {
-        std::string name = image.text(import->Name);
-        EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((std::string(system) + "\\" + name).c_str()))
-            << name << " is not a library of the system folder";
+    for (const ImageFile& image : ImagesUnderTest()) {
+        SCOPED_TRACE(image.path);
+        if (!image.headers())
+            continue;
+        EXPECT_EQ(image.machine, image.headers()->FileHeader.Machine);
+        EXPECT_EQ(image.machine == IMAGE_FILE_MACHINE_AMD64, image.plus());
+        EXPECT_TRUE(image.headers()->FileHeader.Characteristics & IMAGE_FILE_DLL);
+        EXPECT_TRUE(image.dllCharacteristics() & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
+        EXPECT_TRUE(image.dllCharacteristics() & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
+
+        // The system folder holds the libraries of both architectures under the same names.
+        int count = 0;
+        for (auto import = image.directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
+             import && import->Name; ++import, ++count) {
+            const std::string name = image.at(import->Name);
+            EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((std::string(system) + "\\" + name).c_str()))
+                << name << " is not a library of the system folder";
+        }
+        EXPECT_GT(count, 0);
     }
-    EXPECT_GT(count, 0);
 }
 
 TEST(SetupCLSImage, VersionResourceCarriesTheProjectVersion)
 {
-    DWORD ignored = 0;
-    std::vector<char> data(GetFileVersionInfoSizeA(kDll.c_str(), &ignored));
-    ASSERT_FALSE(data.empty());
-    ASSERT_TRUE(GetFileVersionInfoA(kDll.c_str(), 0, static_cast<DWORD>(data.size()), data.data()));
-    auto value = [&](const char* name) {
-        char* text = nullptr;
+    for (const ImageFile& image : ImagesUnderTest()) {
+        SCOPED_TRACE(image.path);
+        DWORD ignored = 0;
+        std::vector<char> data(GetFileVersionInfoSizeA(image.path.c_str(), &ignored));
+        ASSERT_FALSE(data.empty());
+        ASSERT_TRUE(GetFileVersionInfoA(image.path.c_str(), 0, static_cast<DWORD>(data.size()), data.data()));
+        auto value = [&](const char* name) {
+            char* text = nullptr;
+            UINT length = 0;
+            std::string key = std::string("\\StringFileInfo\\040904b0\\") + name;
+            return VerQueryValueA(data.data(), key.c_str(), reinterpret_cast<void**>(&text), &length) && text
+                       ? std::string(text)
+                       : std::string();
+        };
+        EXPECT_EQ(SETUPCLS_VERSION_TEXT, value("FileVersion"));
+        EXPECT_EQ(SETUPCLS_VERSION_TEXT, value("ProductVersion"));
+        for (const char* name : {"ProductName", "FileDescription", "CompanyName"})
+            EXPECT_FALSE(value(name).empty()) << name;
+        VS_FIXEDFILEINFO* fixed = nullptr;
         UINT length = 0;
-        std::string key = std::string("\\StringFileInfo\\040904b0\\") + name;
-        return VerQueryValueA(data.data(), key.c_str(), reinterpret_cast<void**>(&text), &length) && text
-                   ? std::string(text)
-                   : std::string();
-    };
-    EXPECT_EQ(SETUPCLS_VERSION_TEXT, value("FileVersion"));
-    EXPECT_EQ(SETUPCLS_VERSION_TEXT, value("ProductVersion"));
-    for (const char* name : {"ProductName", "FileDescription", "CompanyName"})
-        EXPECT_FALSE(value(name).empty()) << name;
-    VS_FIXEDFILEINFO* fixed = nullptr;
-    UINT length = 0;
-    ASSERT_TRUE(VerQueryValueA(data.data(), "\\", reinterpret_cast<void**>(&fixed), &length));
-    EXPECT_EQ(static_cast<DWORD>(SETUPCLS_VERSION_MAJOR << 16 | SETUPCLS_VERSION_MINOR), fixed->dwFileVersionMS);
+        ASSERT_TRUE(VerQueryValueA(data.data(), "\\", reinterpret_cast<void**>(&fixed), &length));
+        EXPECT_EQ(static_cast<DWORD>(SETUPCLS_VERSION_MAJOR << 16 | SETUPCLS_VERSION_MINOR), fixed->dwFileVersionMS);
+    }
 }
 
-TEST(SetupCLSImage, NoExportNameCarriesStdcallDecoration)
+TEST(SetupCLSImage, PlainFunctionsAreExportedUndecorated)
 {
-    MappedImage image;
-    auto exports = image.directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
-    ASSERT_NE(nullptr, exports);
-    ASSERT_GT(exports->NumberOfNames, 0u);
-    auto names = reinterpret_cast<const DWORD*>(image.base() + exports->AddressOfNames);
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i)
-        EXPECT_EQ(nullptr, strchr(image.text(names[i]), '@')) << image.text(names[i]);
+    for (const ImageFile& image : ImagesUnderTest()) {
+        SCOPED_TRACE(image.path);
+        if (!image.headers())
+            continue;
+        auto exports = image.directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+        ASSERT_NE(nullptr, exports);
+        ASSERT_GT(exports->NumberOfNames, 0u);
+        auto names = image.at<DWORD>(exports->AddressOfNames);
+        bool plainFunction = false;
+        for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+            const char* name = image.at(names[i]);
+            EXPECT_EQ(nullptr, strchr(name, '@')) << name;
+            plainFunction = plainFunction || strcmp(name, "DVSET_Is3DESEncrypt") == 0;
+        }
+        EXPECT_TRUE(plainFunction) << "DVSET_Is3DESEncrypt is exported under its plain name";
+    }
 }
