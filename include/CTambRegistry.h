@@ -14,9 +14,10 @@
 // are process-wide and rewritten by every construction. The static setters and getters use what
 // the last construction left; before any construction they hold the defaults above.
 //
-// SetupCLS.dll is a 32-bit module: its HKEY_LOCAL_MACHINE\SOFTWARE is the 32-bit view
+// The product is 32-bit: its keys live in the 32-bit view of HKEY_LOCAL_MACHINE\SOFTWARE
 // (SOFTWARE\Wow6432Node on a 64-bit system), which is where the product's 32-bit installers
-// have always written. Reading falls back to the fixed keys of earlier releases so that an
+// have always written; both builds of this library (32-bit and 64-bit) open, create and delete
+// them in that view explicitly. Reading falls back to the fixed keys of earlier releases so that an
 // upgrade finds an earlier installation.
 //
 // Static operations work on the local HKEY_LOCAL_MACHINE (the getters on a root key given by

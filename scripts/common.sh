@@ -49,3 +49,12 @@ setupcls_runs_32bit() {
   timeout 120 "$2/wine-run.sh" "$1/win32-probe.exe" >/dev/null 2>&1 </dev/null || status=$?
   [ "$status" -eq 32 ]
 }
+
+# Why the 32-bit programs do not run, for the scripts' messages.
+setupcls_why_no_32bit() {
+  if [ "${SETUPCLS_RUN_32BIT:-auto}" = no ]; then
+    echo "SETUPCLS_RUN_32BIT=no"
+  else
+    echo "this host cannot run 32-bit programs (a 32-bit Windows program does not start under Wine; as a rule the kernel has 32-bit execution switched off, see dmesg)"
+  fi
+}

@@ -23,10 +23,8 @@ suites=(x64)
 host_note=""
 if setupcls_runs_32bit "$out" "$out/x64"; then
   suites=(x86 x64)
-elif [ "${SETUPCLS_RUN_32BIT:-auto}" = no ]; then
-  host_note="SETUPCLS_RUN_32BIT=no: the 32-bit suite does not run here; the 64-bit suite runs and checks the 32-bit DLL as an image."
 else
-  host_note="This host cannot run 32-bit programs (its kernel has 32-bit execution switched off): the 32-bit DLL is built and checked as an image, and only the 64-bit suite runs."
+  host_note="Note: $(setupcls_why_no_32bit): the 32-bit DLL is built and checked as an image by the 64-bit suite; only the 64-bit suite runs."
 fi
 setupcls_stop_wineserver "$out/x64"
 [ -z "$host_note" ] || echo "$host_note"

@@ -103,9 +103,9 @@ const char* const CTambRegistry::m_sOldDrosvaneMakerKey = "SOFTWARE\\Brannoch";
 const char* const CTambRegistry::m_sEditionAB = "QuellmarshAB";
 const char* const CTambRegistry::m_sEditionEB = "QuellmarshEB";
 
-// ---- Registration. Uninstall and SharedDLLs are Windows' own keys below SOFTWARE: this 32-bit
-// module reaches their 32-bit view (SOFTWARE\Wow6432Node\... on a 64-bit system), like the
-// product's own keys. ----
+// ---- Registration. Uninstall and SharedDLLs are Windows' own keys below SOFTWARE: the library
+// reaches their 32-bit view (SOFTWARE\Wow6432Node\... on a 64-bit system) in both of its
+// builds, like the product's own keys. ----
 const char* const CTambRegistry::m_sSQMKey = "SOFTWARE\\Brannoch\\Quellmarsh Storage Quorum Manager";
 const char* const CTambRegistry::m_sBNOldProducts = "BNOldProducts";
 const char* const CTambRegistry::m_sUninstallKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall";

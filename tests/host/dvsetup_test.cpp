@@ -1,6 +1,6 @@
 // The reference installer host end to end: install from the example medium, read the
-// installation back, remove it. The product's keys land in the 32-bit view of this 32-bit
-// library and are gone after the uninstall.
+// installation back, remove it. The product's keys land in the 32-bit view, from either build
+// of the library, and are gone after the uninstall.
 #include "RegistrySupport.h"
 #include "TestSupport.h"
 

@@ -238,7 +238,7 @@ TEST_F(CTambRegistryTest, WriteByProductTypeCopyOnlyModeAndAccess)
         EXPECT_EQ(1, CTambRegistry(Settings(type)).Write()) << type;
         EXPECT_EQ("C:\\Drosvane\\|C:\\Drosvane\\DATABASE|C:\\Drosvane\\LOG|C:\\Drosvane\\TEMP|User|Company|1|1|0|2",
                   Written());
-        EXPECT_FALSE(RegKeyExists(kView64, kMaker)) << "a 32-bit library writes the 32-bit view";
+        EXPECT_FALSE(RegKeyExists(kView64, kMaker)) << "both builds write the 32-bit view";
     }
     EXPECT_EQ(1, CTambRegistry(Settings(7)).Write());
     EXPECT_EQ(kNothingWritten, Written()) << "another product type";
