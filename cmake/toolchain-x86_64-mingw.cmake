@@ -1,15 +1,4 @@
-# Cross compilation for 64-bit Windows with the mingw-w64 posix-thread compilers: the x64 twin
-# of SetupCLS.dll, for installer hosts that run 64-bit.
-set(CMAKE_SYSTEM_NAME Windows)
+# 64-bit Windows: the x64 twin of SetupCLS.dll, for installer hosts that run 64-bit.
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-
-set(CMAKE_C_COMPILER   x86_64-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER  x86_64-w64-mingw32-windres)
-set(CMAKE_DLLTOOL      x86_64-w64-mingw32-dlltool)
-set(CMAKE_OBJDUMP      x86_64-w64-mingw32-objdump)
-
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(SETUPCLS_MINGW_TRIPLET x86_64-w64-mingw32)
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-toolchain.cmake)
