@@ -114,20 +114,18 @@ TEST_F(SettingsInitialize, RegistryAndFoldersGiveTheFlagsAndCurrentPaths)
     EXPECT_EQ("1101101", Flags(Run(0)));
 }
 
-TEST_F(SettingsInitialize, ProductSubTypeAdjustsWhatTheMediumOffersAndExpressSetupFollows)
+TEST_F(SettingsInitialize, ProductSubTypeAdjustsWhatTheMediumOffers)
 {
     const struct { int subType, dataMigration; const char* hsmChangerRaid; } cases[] = {
         {0, 1, "000"}, {1, 1, "111"}, {2, 1, "111"}, {3, 1, "010"}, {4, 1, "010"}, {5, 1, "100"}, {1, 0, "011"}};
     for (const auto& c : cases) {
         Medium(c.subType, c.dataMigration, "OVGFrameWork=1\r\nOVGFrameWorkSetupFileName=ovg\\s.exe\r\n"
                                            "[Support]\r\nProductName=Drosvane\r\nSetupFileName=setup.exe\r\n");
-        CSettings s = Run(0);
-        s.CustomSetup(0);  // express: data migration as offered
-        EXPECT_EQ(std::string(c.hsmChangerRaid) + c.hsmChangerRaid[0] + "|" + std::to_string(c.subType) + "1ovg\\s.exe|Drosvane|setup.exe",
-                  std::to_string(s.HSMAvailable()) + std::to_string(s.ChangerAvailable()) + std::to_string(s.RAIDAvailable()) +
-                      std::to_string(s.InstallHSM()) + "|" + std::to_string(s.ProductSubType()) +
-                      std::to_string(s.OVGFWAvailable()) + s.OVGFWSetupFileName() + "|" + s.LaunchSetupProductName() + "|" +
-                      s.LaunchSetupFileName()) << c.subType;
+        const CSettings s = Run(0);
+        EXPECT_EQ(std::string(c.hsmChangerRaid) + "|" + std::to_string(c.subType) + "1ovg\\s.exe|Drosvane|setup.exe",
+                  std::to_string(s.HSMAvailable()) + std::to_string(s.ChangerAvailable()) + std::to_string(s.RAIDAvailable()) + "|" +
+                      std::to_string(s.ProductSubType()) + std::to_string(s.OVGFWAvailable()) + s.OVGFWSetupFileName() + "|" +
+                      s.LaunchSetupProductName() + "|" + s.LaunchSetupFileName()) << c.subType;
     }
     ASSERT_TRUE(DeleteFileA((m_dir / "media\\SETUP.INF").c_str()));
     EXPECT_FALSE(Run(0).HSMAvailable());
@@ -164,8 +162,6 @@ TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
     EXPECT_STRNE("", s.CurrentDrosvanePath());
     EXPECT_EQ("|C:\\ALERT\\||", std::string(s.DrosvanePath()) + "|" + s.AlertPath() + "|" + s.RegisteredUser() + "|" +
                                     s.RegisteredCompany());
-    const CSettings proposed = Run(0);
-    EXPECT_STREQ(s.CurrentDrosvanePath(), proposed.DrosvanePath()) << "not a batch run: the machine's proposal stands";
 }
 
 TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoices)
@@ -177,7 +173,6 @@ TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoic
     CSettings s = Run(1, 1);
     EXPECT_EQ(0u, s.Components()) << "the install switches, copied after step 4";
     EXPECT_STREQ("D:\\Elsewhere\\", s.DrosvanePath());
-    EXPECT_EQ(1, m_result);
 
     // The install switches replace the uninstall choices that share their bits.
     Answer("[Uninstall]\r\nSeverFeature=0\r\nAlertFeature=0\r\n[Install]\r\nManagerFeature=1\r\nSeverFeature=0\r\n"

@@ -66,11 +66,7 @@ struct ExeIcfGuard {
 // ---------------------------------------------------------------------------------------------
 // Every named value: its sections in read order (setters write the last), key and default.
 
-struct Src {
-    const char* section;
-    const char* key;
-    const char* def;
-};
+struct Src { const char* section; const char* key; const char* def; };
 // Text: the first non-empty section. Switch: on unless a section switches it off (AllOn), or on
 // if a section switches it on (AnyOn). Number: of its section (Plain), as 0/1 (Flag), of the last
 // section present (LastWins), 0 to 4 or else -1 (SubType).
@@ -94,7 +90,6 @@ struct Row {
     const char* (*staticDefault)();
     Row& NeedsFile() { needsFile = true; return *this; }
     Row& D(const char* (*query)()) { staticDefault = query; return *this; }
-    Row& Any() { rule = AnyOn; return *this; }
 };
 
 std::vector<Src> Each(const Values& sections, const char* key, const char* def)
@@ -110,81 +105,65 @@ std::vector<Src> Each(const Values& sections, const char* key, const char* def)
 #define GET_SIZED(g) [](CSetupIcf& f, char* b, unsigned long n) { return f.g(b, n); }
 #define SET_TEXT(s) [](CSetupIcf& f, const char* v) { return f.s(v); }
 #define SET_NUM(s, type) [](CSetupIcf& f, const char* v) { return f.s(static_cast<type>(atol(v))); }
-#define TXT(get, set, size, ...) Row{#get, FirstText, AsIs, size, {__VA_ARGS__}, GET_TEXT(get), {}, {}, SET_TEXT(set), {}, false, nullptr}
-#define TXTS(get, set, size, key, ...) \
-    Row{#get, FirstText, AsIs, size, Each({__VA_ARGS__}, key, ""), GET_TEXT(get), {}, {}, SET_TEXT(set), {}, false, nullptr}
+#define TXT(name, size, ...) Row{#name, FirstText, AsIs, size, {__VA_ARGS__}, GET_TEXT(name), {}, {}, SET_TEXT(name), {}, false, nullptr}
+#define TXTS(name, size, key, ...) \
+    Row{#name, FirstText, AsIs, size, Each({__VA_ARGS__}, key, ""), GET_TEXT(name), {}, {}, SET_TEXT(name), {}, false, nullptr}
 #define SIZED(get, set, ...) Row{#get, FirstText, AsIs, 0, {__VA_ARGS__}, {}, {}, GET_SIZED(get), SET_TEXT(set), {}, false, nullptr}
-#define SWITCH(get, set, key, def, ...) \
-    Row{#get, AllOn, OneZero, 0, Each({__VA_ARGS__}, key, def), {}, GET_NUM(get), {}, SET_NUM(set, int), {}, false, nullptr}
+#define SWITCH(name, key, def, ...) \
+    Row{#name, AllOn, OneZero, 0, Each({__VA_ARGS__}, key, def), {}, GET_NUM(name), {}, SET_NUM(name, int), {}, false, nullptr}
 #define QUERY(name, query, key, def, ...) \
     Row{#name, AllOn, OneZero, 0, Each({__VA_ARGS__}, key, def), {}, GET_NUM(name), GET_SIZED(name), SET_NUM(name, int), query, false, nullptr}
 #define NUMBER(get, set, type, rule, form, ...) \
     Row{#get, rule, form, 0, {__VA_ARGS__}, {}, GET_NUM(get), {}, SET_NUM(set, type), {}, true, nullptr}
-#define SQM(name, size, key, def) TXT(name, name, size, {"SQM", key, def})
-#define PM(name, key, def) TXT(name, name, 260, {"PM", key, def})
-#define AGENT(name, section) TXT(name, name, 260, {section, "AgentPath", ""})
+// Shorthands of the groups that share a section or a form: the default query is Default<name>,
+// a plain number is Get<name>/Set<name>, and a cluster node value's key is its name.
+#define BASE(name, key) SWITCH(name, key, "1", "Base")
+#define NUM(name, type, section, key) NUMBER(Get##name, Set##name, type, Plain, Decimal, {section, key, "0"})
+#define NODE(name) SIZED(Get##name, Set##name, {"Base", #name, ""}).NeedsFile()
+#define AGENT(name, section) TXT(name, 260, {section, "AgentPath", ""})
+#define MVS(name, key) TXT(name, 48, {"MVSConfig", key, ""})
+#define SQM(name, size, key, def) TXT(name, size, {"SQM", key, def})
+#define SQMD(name, size, key, def) SQM(name, size, key, def).D(&CSetupIcf::Default##name)
+#define PM(name, key, def) TXT(name, 260, {"PM", key, def})
+#define DOM(name, size, key) TXTS(name, size, key, "QuellmarshDomain", "Base")
+#define CHOICE(name, key) QUERY(name, installBase, key, "1", "Install", "Base")
 
 const std::vector<Row>& Rows()
 {
     const Values installBase{"Install", "Base"}, base{"Base"};
     static const std::vector<Row> rows = {
         // User and product
-        TXT(FullName, FullName, 256, {"UserInfo", "FullName", ""}),
-        TXT(CompanyName, CompanyName, 256, {"UserInfo", "CompanyName", ""}),
+        TXT(FullName, 256, {"UserInfo", "FullName", ""}), TXT(CompanyName, 256, {"UserInfo", "CompanyName", ""}),
         Row{"GetProductSubType", SubType, AsIs, 0, {{"Install", "ProdSubType", "-1"}}, {}, GET_NUM(GetProductSubType), {}, {}, {}, false, nullptr},
-        TXT(LanguageID, LanguageID, 10, {"Install", "LanguageID", "1033"}),
-        SWITCH(UpgradeIE, UpgradeIE, "UpgradeIE", "0", "Install"),
+        TXT(LanguageID, 10, {"Install", "LanguageID", "1033"}), SWITCH(UpgradeIE, "UpgradeIE", "0", "Install"),
         SIZED(GetSetupHostMachineName, SetSetupHostMachineName, {"Install", "SetupHostMachineName", "0"}),
-        NUMBER(GetSetupMode, SetSetupMode, int, Plain, Decimal, {"Install", "MastersetupMode", "0"}),
-        NUMBER(GetTalvikBetaUpgFlag, SetTalvikBetaUpgFlag, int, Plain, Decimal, {"Install", "TalvikBetaUpgFlag", "0"}),
+        NUM(SetupMode, int, "Install", "MastersetupMode"), NUM(TalvikBetaUpgFlag, int, "Install", "TalvikBetaUpgFlag"),
         // Paths
-        TXT(DrosvanePath, DrosvanePath, 260, {"DrosvaneInstall", "InstallPath", ""}, {"InstallPath", "ProductPath", ""}, {"Base", "ProductPath", ""}).D(&CSetupIcf::DefaultDrosvanePath),
-        TXT(AlertPath, AlertPath, 260, {"DrosvaneInstall", "AlertPath", ""}, {"InstallPath", "AlertPath", "C:\\ALERT"}, {"Base", "AlertPath", "C:\\ALERT"}).D(&CSetupIcf::DefaultAlertPath),
-        TXTS(ClientAgentPath, AgentPath, 260, "AgentPath", "InstallPath", "ClientAgent"),
-        AGENT(DBAOraPath, "DBAORA"),
-        AGENT(DBASqlPath, "DBASQL"),
-        AGENT(DBAExchPath, "DBAEXCH"),
-        AGENT(DBANotePath, "DBANOTE"),
-        AGENT(DBAInfoPath, "DBAINFO"),
-        AGENT(DBASybasePath, "DBASYBASE"),
-        AGENT(DBAIngresPath, "DBAINGRES"),
-        AGENT(DBASapSqlPath, "DBASAPSQL"),
-        AGENT(DBASapOraPath, "DBASAPORA"),
-        AGENT(SPAgentPath, "SPAgent"),
-        TXT(MDBPath, MDBPath, 260, {"MDB", "MDBPath", ""}).D(&CSetupIcf::DefaultMDBPath),
+        TXT(DrosvanePath, 260, {"DrosvaneInstall", "InstallPath", ""}, {"InstallPath", "ProductPath", ""}, {"Base", "ProductPath", ""}).D(&CSetupIcf::DefaultDrosvanePath),
+        TXT(AlertPath, 260, {"DrosvaneInstall", "AlertPath", ""}, {"InstallPath", "AlertPath", "C:\\ALERT"}, {"Base", "AlertPath", "C:\\ALERT"}).D(&CSetupIcf::DefaultAlertPath),
+        Row{"ClientAgentPath", FirstText, AsIs, 260, Each({"InstallPath", "ClientAgent"}, "AgentPath", ""), GET_TEXT(ClientAgentPath), {}, {}, SET_TEXT(AgentPath), {}, false, nullptr},
+        AGENT(DBAOraPath, "DBAORA"), AGENT(DBASqlPath, "DBASQL"), AGENT(DBAExchPath, "DBAEXCH"), AGENT(DBANotePath, "DBANOTE"),
+        AGENT(DBAInfoPath, "DBAINFO"), AGENT(DBASybasePath, "DBASYBASE"), AGENT(DBAIngresPath, "DBAINGRES"),
+        AGENT(DBASapSqlPath, "DBASAPSQL"), AGENT(DBASapOraPath, "DBASAPORA"), AGENT(SPAgentPath, "SPAgent"),
+        TXT(MDBPath, 260, {"MDB", "MDBPath", ""}).D(&CSetupIcf::DefaultMDBPath),
         // Installation choices
-        QUERY(InstallManager, installBase, "ManagerFeature", "1", "Install", "Base"),
-        QUERY(InstallServer, installBase, "SeverFeature", "1", "Install", "Base"),
-        QUERY(InstallAdmin, installBase, "AdminFeature", "1", "Install", "Base"),
-        SWITCH(InstallAlert, InstallAlert, "AlertFeature", "1", "Install", "Base"),
-        QUERY(InstalliPatron, base, "iPatronFeature", "1", "Base"),
-        QUERY(InstallCPM, base, "CPMFeature", "0", "Base"),
-        QUERY(InstallAV, installBase, "AVFeature", "1", "Base"),
-        SWITCH(InstallHSM, InstallHSM, "DataMigration", "1", "Install"),
-        SWITCH(OverwriteDB, OverwriteDB, "OverwriteDB", "1", "Install"),
-        SWITCH(OverwriteJobQueue, OverwriteJobQueue, "OverwriteJobQueue", "1", "Install"),
-        SWITCH(UninstallDrosvane, UninstallDrosvane, "SeverFeature", "1", "Uninstall"),
-        SWITCH(UninstallAlert, UninstallAlert, "AlertFeature", "1", "Uninstall"),
-        QUERY(InstallDRWiz, base, "DRWIZFeature", "0", "Base"),
-        QUERY(InstallSANWiz, base, "SANWIZFeature", "0", "Base"),
-        SWITCH(GetIsSANEnv, SetIsSANEnv, "SANEnvronment", "1", "Base"),
-        SWITCH(InstallBaseStandAlone, InstallBaseStandAlone, "StandAloneSrvFeature", "1", "Base"),
-        SWITCH(InstallBasePrimary, InstallBasePrimary, "PrimarySrvFeature", "1", "Base"),
-        SWITCH(InstallBaseMember, InstallBaseMember, "MemberSrvFeature", "1", "Base"),
-        SWITCH(InstallBaseCMO, InstallBaseCMO, "CMOFeature", "1", "Base"),
-        SWITCH(InstallBaseTLO, InstallBaseTLO, "TLOFeature", "1", "Base"),
-        SWITCH(InstallBaseSANO, InstallBaseSANO, "SANOFeature", "1", "Base"),
-        SWITCH(InstallBaseD2D2T, InstallBaseD2D2T, "D2D2TFeature", "1", "Base"),
-        SWITCH(InstallBaseVMWare, InstallBaseVMWare, "VMWareFeature", "1", "Base"),
-        SWITCH(InstallBaseEModule, InstallBaseEModule, "EModuleFeature", "1", "Base"),
-        SWITCH(InstallBaseDRO, InstallBaseDRO, "DROFeature", "1", "Base"),
-        SWITCH(InstallBaseNASAgent, InstallBaseNASAgent, "NASAgentFeature", "1", "Base"),
-        SWITCH(InstallBaseOmnivale, InstallBaseOmnivale, "OmnivaleFeature", "1", "Base"),
+        CHOICE(InstallManager, "ManagerFeature"), CHOICE(InstallServer, "SeverFeature"), CHOICE(InstallAdmin, "AdminFeature"),
+        SWITCH(InstallAlert, "AlertFeature", "1", "Install", "Base"), QUERY(InstallAV, installBase, "AVFeature", "1", "Base"),
+        QUERY(InstalliPatron, base, "iPatronFeature", "1", "Base"), QUERY(InstallCPM, base, "CPMFeature", "0", "Base"),
+        QUERY(InstallDRWiz, base, "DRWIZFeature", "0", "Base"), QUERY(InstallSANWiz, base, "SANWIZFeature", "0", "Base"),
+        SWITCH(InstallHSM, "DataMigration", "1", "Install"), SWITCH(OverwriteDB, "OverwriteDB", "1", "Install"),
+        SWITCH(OverwriteJobQueue, "OverwriteJobQueue", "1", "Install"), SWITCH(UninstallDrosvane, "SeverFeature", "1", "Uninstall"),
+        SWITCH(UninstallAlert, "AlertFeature", "1", "Uninstall"),
+        Row{"GetIsSANEnv", AllOn, OneZero, 0, {{"Base", "SANEnvronment", "1"}}, {}, GET_NUM(GetIsSANEnv), {}, SET_NUM(SetIsSANEnv, int), {}, false, nullptr},
+        BASE(InstallBaseStandAlone, "StandAloneSrvFeature"), BASE(InstallBasePrimary, "PrimarySrvFeature"),
+        BASE(InstallBaseMember, "MemberSrvFeature"), BASE(InstallBaseCMO, "CMOFeature"), BASE(InstallBaseTLO, "TLOFeature"),
+        BASE(InstallBaseSANO, "SANOFeature"), BASE(InstallBaseD2D2T, "D2D2TFeature"), BASE(InstallBaseVMWare, "VMWareFeature"),
+        BASE(InstallBaseEModule, "EModuleFeature"), BASE(InstallBaseDRO, "DROFeature"), BASE(InstallBaseNASAgent, "NASAgentFeature"),
+        BASE(InstallBaseOmnivale, "OmnivaleFeature"),
         // Database
-        SWITCH(SQLDB, SQLDB, "SQL", "0", "DatabaseOption", "Base").Any(),
+        Row{"SQLDB", AnyOn, OneZero, 0, Each({"DatabaseOption", "Base"}, "SQL", "0"), {}, GET_NUM(SQLDB), {}, SET_NUM(SQLDB, int), {}, false, nullptr},
         NUMBER(GetDBType, SetDBType, int, LastWins, NonNegative, {"DatabaseOption", "SQL", "0"}, {"Base", "SQL", "0"}),
-        NUMBER(GetDrosvaneDBUpgradeFlag, SetDrosvaneDBUpgradeFlag, unsigned long, Plain, Decimal, {"Base", "ZORDBUpdateFlag", "0"}),
-        NUMBER(GetSQLExpInstallFlag, SetSQLExpInstallFlag, unsigned long, Plain, Decimal, {"Base", "SQLExpInstallFlag", "0"}),
+        NUM(DrosvaneDBUpgradeFlag, unsigned long, "Base", "ZORDBUpdateFlag"), NUM(SQLExpInstallFlag, unsigned long, "Base", "SQLExpInstallFlag"),
         SIZED(GetSQLExpInstanceName, SaveSQLExpInstanceName, {"Base", "SQLExpInstanceName", ""}),
         SIZED(GetServerDB_DataFilePath, SetServerDB_DataFilePath, {"Base", "DB_DataFilePath", ""}),
         SIZED(GetSQLAgentInstanceName, SetSQLAgentInstanceName, {"DBASQL", "SID01", ""}).NeedsFile(),
@@ -192,79 +171,42 @@ const std::vector<Row>& Rows()
         NUMBER(GetSQLAgentInstanceAuthType, SetSQLAgentInstanceAuthType, unsigned, Plain, OneZero, {"DBASQL", "NTAuthentication01", "0"}),
         NUMBER(GetSQLAgent_Install_Flag, SetSQLAgent_Install_Flag, unsigned, Plain, AgentType, {"DBASQL", "SQLAgentInstallType", "1"}),
         // Storage management web component and its database
-        SQM(SolmarinPath, 260, "SolmarinPath", "").D(&CSetupIcf::DefaultSolmarinPath),
-        SQM(SolmarinJBossPath, 260, "JBossPath", "").D(&CSetupIcf::DefaultSolmarinJBossPath),
-        SQM(SolmarinPort, 260, "JNPPORT", "1099").D(&CSetupIcf::DefaultSolmarinPort),
-        SQM(SolmarinTomcatPort, 260, "TOMCATPORT", "8080").D(&CSetupIcf::DefaultSolmarinTomcatPort),
-        SQM(SolmarinJRMPPort, 260, "JRMPPORT", "4444"),
-        SQM(SolmarinRMIPort, 260, "RMIPORT", "1098"),
-        SQM(SolmarinGOSSIPPort, 260, "GOSSIPPORT", "5555"),
-        SQM(SolmarinHost, 260, "Host", "").D(&CSetupIcf::DefaultSolmarinHost),
-        SQM(LocalMDB, 48, "LOCALMDB", "YES").D(&CSetupIcf::DefaultLocalMDB),
-        SQM(MDBHost, 48, "MDBHOST", "").D(&CSetupIcf::DefaultMDBHost),
-        SQM(MDBUser, 48, "MDBUSER", "sqmadmin").D(&CSetupIcf::DefaultMDBUser),
-        SQM(MDBPassword, 48, "MDBPASSWORD", "").D(&CSetupIcf::DefaultMDBPassword),
-        SQM(MDBID, 48, "MDBID", "SQ").D(&CSetupIcf::DefaultMDBID),
-        SQM(MDBDatabase, 48, "MDBDATABASE", "").D(&CSetupIcf::DefaultMDBDatabase),
-        SQM(DatabaseLoc, 260, "DATABASELOC", "").D(&CSetupIcf::DefaultDatabaseLoc),
-        SQM(CheckLoc, 260, "DATABASECHECKPOINTLOC", "").D(&CSetupIcf::DefaultCheckLoc),
-        SQM(JourLoc, 260, "DATABASEJOURNALLOC", "").D(&CSetupIcf::DefaultJourLoc),
-        SQM(DumpLoc, 260, "DATABASEDUMPLOC", "").D(&CSetupIcf::DefaultDumpLoc),
-        SQM(WorkLoc, 260, "DATABASEWORKLOC", "").D(&CSetupIcf::DefaultWorkLoc),
-        SQM(LocaleVIG, 48, "LOCALEVIG", "YES").D(&CSetupIcf::DefaultLocaleVIG),
-        SQM(RemoteMDBeVIG, 48, "REMOTEMDBEVIG", "NO").D(&CSetupIcf::DefaultRemoteMDBeVIG),
-        SQM(eVIGPass, 48, "EVIGPASS", "").D(&CSetupIcf::DefaulteVIGPass),
-        SQM(eVIGRemoteHost, 260, "EVIGREMOTEHOST", "").D(&CSetupIcf::DefaulteVIGRemoteHost),
+        SQMD(SolmarinPath, 260, "SolmarinPath", ""), SQMD(SolmarinJBossPath, 260, "JBossPath", ""),
+        SQMD(SolmarinPort, 260, "JNPPORT", "1099"), SQMD(SolmarinTomcatPort, 260, "TOMCATPORT", "8080"),
+        SQM(SolmarinJRMPPort, 260, "JRMPPORT", "4444"), SQM(SolmarinRMIPort, 260, "RMIPORT", "1098"),
+        SQM(SolmarinGOSSIPPort, 260, "GOSSIPPORT", "5555"), SQMD(SolmarinHost, 260, "Host", ""),
+        SQMD(LocalMDB, 48, "LOCALMDB", "YES"), SQMD(MDBHost, 48, "MDBHOST", ""), SQMD(MDBUser, 48, "MDBUSER", "sqmadmin"),
+        SQMD(MDBPassword, 48, "MDBPASSWORD", ""), SQMD(MDBID, 48, "MDBID", "SQ"), SQMD(MDBDatabase, 48, "MDBDATABASE", ""),
+        SQMD(DatabaseLoc, 260, "DATABASELOC", ""), SQMD(CheckLoc, 260, "DATABASECHECKPOINTLOC", ""),
+        SQMD(JourLoc, 260, "DATABASEJOURNALLOC", ""), SQMD(DumpLoc, 260, "DATABASEDUMPLOC", ""),
+        SQMD(WorkLoc, 260, "DATABASEWORKLOC", ""), SQMD(LocaleVIG, 48, "LOCALEVIG", "YES"),
+        SQMD(RemoteMDBeVIG, 48, "REMOTEMDBEVIG", "NO"), SQMD(eVIGPass, 48, "EVIGPASS", ""),
+        SQMD(eVIGRemoteHost, 260, "EVIGREMOTEHOST", ""),
         // Service account and product domain (the passwords have their own tests)
-        TXTS(SystemAccountDomain, SystemAccountDomain, 48, "SystemDomainName", "System Account", "SystemAccount", "Base"),
-        TXT(SystemAccountServer, SystemAccountServer, 260, {"Base", "SystemServerName", ""}),
-        TXTS(SystemAccountUser, SystemAccountUser, 48, "SystemUserName", "System Account", "SystemAccount", "Base"),
-        SWITCH(CreateDVDomain, CreateDVDomain, "CreateQuellmarshDomain", "1", "QuellmarshDomain", "Base"),
-        TXTS(DVDomainName, DVDomainName, 48, "QuellmarshDomainName", "QuellmarshDomain", "Base"),
-        TXTS(PriDVDomainName, PriDVDomainName, 260, "PrimaryServerName", "QuellmarshDomain", "Base"),
-        TXTS(SecDVDomainName, SecDVDomainName, 260, "SecondaryServerName", "QuellmarshDomain", "Base"),
-        TXTS(DVDomainUserName, DVDomainUserName, 48, "QuellmarshDomainUserName", "QuellmarshDomain", "Base"),
-        SWITCH(SaveDVDomainPWD, SaveDVDomainPWD, "SaveQuellmarshDomainPassword", "1", "Base"),
-        TXT(SANPrimaryServer, SANPrimaryServer, 48, {"Base", "SANPrimaryServer", ""}),
+        TXTS(SystemAccountDomain, 48, "SystemDomainName", "System Account", "SystemAccount", "Base"),
+        TXTS(SystemAccountUser, 48, "SystemUserName", "System Account", "SystemAccount", "Base"),
+        TXT(SystemAccountServer, 260, {"Base", "SystemServerName", ""}), TXT(SANPrimaryServer, 48, {"Base", "SANPrimaryServer", ""}),
+        SWITCH(CreateDVDomain, "CreateQuellmarshDomain", "1", "QuellmarshDomain", "Base"),
+        SWITCH(SaveDVDomainPWD, "SaveQuellmarshDomainPassword", "1", "Base"),
+        DOM(DVDomainName, 48, "QuellmarshDomainName"), DOM(PriDVDomainName, 260, "PrimaryServerName"),
+        DOM(SecDVDomainName, 260, "SecondaryServerName"), DOM(DVDomainUserName, 48, "QuellmarshDomainUserName"),
         // Mainframe link
-        TXT(SiteName, SiteName, 48, {"MVSConfig", "SITENAME", ""}),
-        TXT(SystemID, SystemID, 48, {"MVSConfig", "SYSTEMID", ""}),
-        TXT(LocalLUAlias, LocalLUAlias, 48, {"MVSConfig", "LOCALLUALIAS", ""}),
-        TXT(PartnerLUAlias, PartnerLUAlias, 48, {"MVSConfig", "PARTNERLUALIAS", ""}),
+        MVS(SiteName, "SITENAME"), MVS(SystemID, "SYSTEMID"), MVS(LocalLUAlias, "LOCALLUALIAS"), MVS(PartnerLUAlias, "PARTNERLUALIAS"),
         // Patch manager
-        PM(PMDSServerType, "DS_SERVERTYPE", ""),
-        PM(PMDSLocation, "DS_LOCATION", ""),
-        PM(PMDSPathOnFTP, "DS_PATHONFTP", ""),
-        PM(PMDSPatchesRoot, "DS_PATCHESROOT", ""),
-        PM(PMLUDisableAutoUpdate, "LU_DISABLEAUTOUPDATE", ""),
-        PM(PMLUAutoDownload, "LU_AUTODOWNLOAD", ""),
-        PM(PMLUAutoDownloadInstall, "LU_AUTODOWNLOADINSTALL", ""),
-        PM(PMLUHour, "LU_HOUR", ""),
-        PM(PMLUWeekDay, "LU_WEEKDAY", ""),
-        PM(PMEMUpdateAvailable, "EM_UPDATEAVAILABLE", "NO"),
-        PM(PMEMDownloadComplete, "EM_DOWNLOADCOMPLETE", "NO"),
-        PM(PMEMInstallComplete, "EM_INSTALLCOMPLETE", "NO"),
-        PM(PMEMEmailID, "EM_EMAILID", ""),
-        PM(PMEMSMTPServer, "EM_SMTPSERVER", ""),
-        PM(PMEMSMTPRequireAuth, "EM_SMTPREQUREAUTH", ""),
-        PM(PMEMUserID, "EM_USERID", ""),
-        PM(PMEMPassword, "EM_PASSWORD", ""),
-        PM(PMPSUseProxyServer, "PS_USEPROXYSERVER", ""),
-        PM(PMPSProxyServer, "PS_PROXYSERVER", ""),
-        PM(PMPSPort, "PS_PORT", ""),
-        PM(PMPSProxyRequireAuth, "PS_PROXYREQUREAUTH", ""),
-        PM(PMPSUserName, "PS_USERNAME", ""),
-        PM(PMPSPassword, "PS_PASSWORD", ""),
+        PM(PMDSServerType, "DS_SERVERTYPE", ""), PM(PMDSLocation, "DS_LOCATION", ""), PM(PMDSPathOnFTP, "DS_PATHONFTP", ""),
+        PM(PMDSPatchesRoot, "DS_PATCHESROOT", ""), PM(PMLUDisableAutoUpdate, "LU_DISABLEAUTOUPDATE", ""),
+        PM(PMLUAutoDownload, "LU_AUTODOWNLOAD", ""), PM(PMLUAutoDownloadInstall, "LU_AUTODOWNLOADINSTALL", ""),
+        PM(PMLUHour, "LU_HOUR", ""), PM(PMLUWeekDay, "LU_WEEKDAY", ""), PM(PMEMUpdateAvailable, "EM_UPDATEAVAILABLE", "NO"),
+        PM(PMEMDownloadComplete, "EM_DOWNLOADCOMPLETE", "NO"), PM(PMEMInstallComplete, "EM_INSTALLCOMPLETE", "NO"),
+        PM(PMEMEmailID, "EM_EMAILID", ""), PM(PMEMSMTPServer, "EM_SMTPSERVER", ""), PM(PMEMSMTPRequireAuth, "EM_SMTPREQUREAUTH", ""),
+        PM(PMEMUserID, "EM_USERID", ""), PM(PMEMPassword, "EM_PASSWORD", ""), PM(PMPSUseProxyServer, "PS_USEPROXYSERVER", ""),
+        PM(PMPSProxyServer, "PS_PROXYSERVER", ""), PM(PMPSPort, "PS_PORT", ""), PM(PMPSProxyRequireAuth, "PS_PROXYREQUREAUTH", ""),
+        PM(PMPSUserName, "PS_USERNAME", ""), PM(PMPSPassword, "PS_PASSWORD", ""),
         // Cluster and replication
         NUMBER(GetClusterInstallFlag, SetClusterInstallFlag, BOOL, Flag, OneZero, {"Install", "ClusterEnvInst", "0"}),
-        NUMBER(GetClusterEnvType, SetClusterEnvType, unsigned long, Plain, Decimal, {"Install", "ClusterEnvType", "0"}),
-        NUMBER(Get_WANSync_MasterType, Set_WANSync_MasterType, unsigned long, Plain, Decimal, {"Install", "WANSync_MasterType", "0"}),
-        SIZED(GetVirtualServerName, SetVirtualServerName, {"Base", "VirtualServerName", ""}).NeedsFile(),
-        SIZED(GetVirtualServerIP, SetVirtualServerIP, {"Base", "VirtualServerIP", ""}).NeedsFile(),
-        SIZED(GetMasterNodeName, SetMasterNodeName, {"Base", "MasterNodeName", ""}).NeedsFile(),
-        SIZED(GetMasterNodeIP, SetMasterNodeIP, {"Base", "MasterNodeIP", ""}).NeedsFile(),
-        SIZED(GetWANSync_ReplicaNodeName, SetWANSync_ReplicaNodeName, {"Base", "WANSync_ReplicaNodeName", ""}).NeedsFile(),
-        SIZED(GetWANSync_ReplicaNodeIP, SetWANSync_ReplicaNodeIP, {"Base", "WANSync_ReplicaNodeIP", ""}).NeedsFile(),
+        NUM(ClusterEnvType, unsigned long, "Install", "ClusterEnvType"), NUM(_WANSync_MasterType, unsigned long, "Install", "WANSync_MasterType"),
+        NODE(VirtualServerName), NODE(VirtualServerIP), NODE(MasterNodeName), NODE(MasterNodeIP),
+        NODE(WANSync_ReplicaNodeName), NODE(WANSync_ReplicaNodeIP),
     };
     return rows;
 }
@@ -320,12 +262,10 @@ std::string Read(const Row& row, CSetupIcf& icf)
 {
     if (row.text || row.number)
         return row.text ? row.text(icf) : std::to_string(row.number(icf));
-    char buffer[300];
-    memset(buffer, '#', sizeof(buffer));
-    buffer[sizeof(buffer) - 1] = '\0';
-    const BOOL result = row.sized(icf, buffer, sizeof(buffer));
+    std::string buffer(300, '#');
+    const BOOL result = row.sized(icf, &buffer[0], static_cast<unsigned long>(buffer.size()));
     EXPECT_EQ(result != 0, buffer[0] != '\0');
-    return buffer;
+    return buffer.c_str();
 }
 
 }  // namespace
@@ -379,10 +319,9 @@ TEST(CSetupIcf, EveryNamedValueFollowsItsSectionsKeyAndDefault)
         if (row.text) {
             kept.push_back({row.name, row.text(icf), letters.substr(0, row.size - 1)});
         } else if (row.rule == FirstText || !query.empty()) {
-            char buffer[64];
-            memset(buffer, '#', sizeof(buffer));
-            EXPECT_TRUE(row.sized(icf, buffer, 48));
-            EXPECT_EQ(letters.substr(0, 47) + '\0' + std::string(16, '#'), std::string(buffer, 64));
+            std::string buffer(64, '#');
+            EXPECT_TRUE(row.sized(icf, &buffer[0], 48));
+            EXPECT_EQ(letters.substr(0, 47) + '\0' + std::string(16, '#'), buffer);
         }
 
         // Without a file nothing is read: texts are empty, sized getters fail, switches answer
@@ -404,7 +343,6 @@ TEST(CSetupIcf, EveryNamedValueFollowsItsSectionsKeyAndDefault)
         EXPECT_EQ(result.expected, result.text) << result.name;
     EXPECT_STREQ("", CSetupIcf::DefaultAgent95Path());
     EXPECT_STREQ("", CSetupIcf::DefaultAgentNTPath());
-    EXPECT_FALSE(FileExists(dir / "absent.icf"));
 }
 
 TEST(CSetupIcf, GenericAccessWritesAnyKeyAndReadsWithinTheCallersText)
@@ -454,9 +392,8 @@ TEST(CSetupIcf, InitTakesTheFileBesideTheProgramAndMakesOnlyThatOneWritable)
     EXPECT_EQ(0u, GetFileAttributesA(ExeIcf().c_str()) & FILE_ATTRIBUTE_READONLY);
     ASSERT_TRUE(SetFileAttributesA(ExeIcf().c_str(), FILE_ATTRIBUTE_READONLY));
     EXPECT_TRUE(beside.Init("") && beside.CompanyName("Writable"));
-    CSetupIcf fallback(absent.c_str());  // a named file that is missing gives way to the one beside the program
-    EXPECT_EQ(0, _stricmp(ExeIcf().c_str(), fallback.FileName())) << fallback.FileName();
-    EXPECT_STREQ("Writable", fallback.CompanyName());
+    // A named file that is missing gives way to the one beside the program.
+    EXPECT_STREQ("Writable", CSetupIcf(absent.c_str()).CompanyName());
 
     ASSERT_TRUE(WriteFileBytes(named, "[UserInfo]\r\nFullName=Named\r\n"));
     ASSERT_TRUE(SetFileAttributesA(named.c_str(), FILE_ATTRIBUTE_READONLY));
@@ -525,13 +462,9 @@ protected:
         std::function<std::string(CSetupIcf&)> get;
     };
     const std::vector<Password> m_passwords = {
-        {"SystemPassword", {"System Account", "SystemAccount"},
-         [](CSetupIcf& f, const char* p) { return f.SystemAccountPassword(p); },
-         [](CSetupIcf& f) { return std::string(f.SystemAccountPassword()); }},
-        {"QuellmarshDomainPassword", {"QuellmarshDomain"}, [](CSetupIcf& f, const char* p) { return f.DVDomainPassword(p); },
-         [](CSetupIcf& f) { return std::string(f.DVDomainPassword()); }},
-        {"SQLExpSAPWD", {}, [](CSetupIcf& f, const char* p) { return f.SaveSQLExpPWD(p); },
-         [](CSetupIcf& f) {
+        {"SystemPassword", {"System Account", "SystemAccount"}, SET_TEXT(SystemAccountPassword), GET_TEXT(SystemAccountPassword)},
+        {"QuellmarshDomainPassword", {"QuellmarshDomain"}, SET_TEXT(DVDomainPassword), GET_TEXT(DVDomainPassword)},
+        {"SQLExpSAPWD", {}, SET_TEXT(SaveSQLExpPWD), [](CSetupIcf& f) {
              char buffer[260] = {};
              return f.GetSQLExpPWD(buffer, sizeof(buffer)) ? std::string(buffer) : std::string("<FALSE>");
          }},
@@ -587,22 +520,21 @@ TEST_F(CSetupIcfPasswords, BaseHoldsThemScrambledAndOlderSectionsPlainTextWins)
 TEST_F(CSetupIcfPasswords, GetSQLExpPWDKeepsToTheCallersBuffer)
 {
     CSetupIcf icf(NewIcf(m_files, "sqlexp").c_str());
-    char buffer[16];
-    memset(buffer, '#', sizeof(buffer));
-    EXPECT_TRUE(icf.GetSQLExpPWD(buffer, 8)) << "no password is no failure";
+    std::string buffer(16, '#');
+    EXPECT_TRUE(icf.GetSQLExpPWD(&buffer[0], 8)) << "no password is no failure";
     ASSERT_TRUE(icf.SaveSQLExpPWD("Secret-1"));
-    EXPECT_FALSE(icf.GetSQLExpPWD(buffer, 8)) << "no room for the terminating zero";
-    EXPECT_EQ(std::string(16, '#'), std::string(buffer, 16)) << "neither call writes";
-    EXPECT_TRUE(icf.GetSQLExpPWD(buffer, 9));
-    EXPECT_EQ(std::string("Secret-1\0#######", 16), std::string(buffer, 16));
+    EXPECT_FALSE(icf.GetSQLExpPWD(&buffer[0], 8)) << "no room for the terminating zero";
+    EXPECT_EQ(std::string(16, '#'), buffer) << "neither call writes";
+    EXPECT_TRUE(icf.GetSQLExpPWD(&buffer[0], 9));
+    EXPECT_EQ(std::string("Secret-1\0#######", 16), buffer);
 
     // A scrambled text the library refuses: the whole buffer zeroed, and no more.
     ScopedEnv refuse("DVDCEN_FIXTURE_RESULT", "13");
-    memset(buffer, '#', sizeof(buffer));
-    EXPECT_FALSE(icf.GetSQLExpPWD(buffer, 12));
-    EXPECT_EQ(std::string(12, '\0') + "####", std::string(buffer, 16));
+    buffer.assign(16, '#');
+    EXPECT_FALSE(icf.GetSQLExpPWD(&buffer[0], 12));
+    EXPECT_EQ(std::string(12, '\0') + "####", buffer);
     CSetupIcf none((m_files / "absent.icf").c_str());
-    EXPECT_FALSE(none.GetSQLExpPWD(buffer, sizeof(buffer)) || none.GetSQLRemoteSerPWD(buffer, sizeof(buffer)));
+    EXPECT_FALSE(none.GetSQLExpPWD(&buffer[0], 16) || none.GetSQLRemoteSerPWD(&buffer[0], 16));
 }
 
 TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
