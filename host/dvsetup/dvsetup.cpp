@@ -13,11 +13,10 @@
 #include "Report.h"
 
 #include "SetupCLS.h"
+#include "frame/Handles.h"
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <type_traits>
 
 namespace {
 
@@ -98,11 +97,11 @@ CString ProductKeyPath(const char* sub)
 
 bool KeyExists(const char* key, REGSAM view)
 {
-    HKEY handle = nullptr;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view, &handle) != ERROR_SUCCESS)
-        return false;
-    RegCloseKey(handle);
-    return true;
+    UniqueKey handle;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view, handle.put()) == ERROR_SUCCESS)
+        return true;
+    handle.release();  // a failed call leaves no key
+    return false;
 }
 
 bool KeyExistsInAnyView(const char* key)
@@ -123,6 +122,25 @@ const char* const kProductSubKeys[] = {
 };
 
 const char* const kProductFolders[] = {"", "DATABASE", "LOG", "TEMP"};
+
+// The maker's key (in the product's 32-bit view) goes as well once the product's own key was the
+// last thing in it: another product of the maker keeps it.
+void DeleteMakerKeyWhenEmpty()
+{
+    UniqueKey maker;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sTamberlyKey, 0, KEY_READ | KEY_WOW64_32KEY,
+                      maker.put()) != ERROR_SUCCESS) {
+        maker.release();  // a failed call leaves no key
+        return;
+    }
+    DWORD keys = 1, values = 1;
+    const bool empty = RegQueryInfoKeyA(maker.get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
+                                        nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
+                       keys == 0 && values == 0;
+    maker.reset();
+    if (empty)
+        RegDeleteKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sTamberlyKey, KEY_WOW64_32KEY, 0);
+}
 
 int Install(SetupRun& run)
 {
@@ -181,11 +199,18 @@ int Uninstall(SetupRun& run)
     for (const char* sub : kProductSubKeys)
         CTambRegistry::DeleteDrosvaneKey(sub);
     CTambRegistry::DeleteTamberlyKey(CTambRegistry::m_sDrosvane);
+    DeleteMakerKeyWhenEmpty();
     report.Step("Remove the product registry layout", !KeyExistsInAnyView(ProductKeyPath(nullptr)));
 
     CString home(settings.CurrentDrosvanePath());
     bool removed = home.IsEmpty() || !CComputer::PathExists(home) || CComputer::DeleteTree(home);
     report.Step("Remove the product folders", removed && (home.IsEmpty() || !CComputer::PathExists(home)));
+    // The maker's folder above the home goes too when nothing else is in it (the call fails
+    // otherwise, and the folder stays).
+    TrimTailBackSlash(home);
+    const int cut = home.ReverseFind('\\');
+    if (cut > 0)
+        RemoveDirectoryA(home.Left(cut));
     return report.Finish("uninstall");
 }
 
@@ -197,10 +222,11 @@ void PrintKey(const char* key)
         const char* name;
     } views[] = {{KEY_WOW64_32KEY, "32-bit view"}, {KEY_WOW64_64KEY, "64-bit view"}};
     for (const auto& view : views) {
-        HKEY handle = nullptr;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view.view, &handle) != ERROR_SUCCESS)
+        UniqueKey handle;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view.view, handle.put()) != ERROR_SUCCESS) {
+            handle.release();  // a failed call leaves no key
             continue;
-        std::unique_ptr<std::remove_pointer<HKEY>::type, decltype(&RegCloseKey)> owner(handle, &RegCloseKey);
+        }
         printf("  HKLM\\%s  [%s]\n", key, view.name);
         for (DWORD index = 0;; ++index) {
             char name[256];
@@ -208,7 +234,7 @@ void PrintKey(const char* key)
             BYTE data[512];
             DWORD dataSize = sizeof(data) - 1;
             DWORD type = 0;
-            if (RegEnumValueA(handle, index, name, &nameSize, nullptr, &type, data, &dataSize) != ERROR_SUCCESS)
+            if (RegEnumValueA(handle.get(), index, name, &nameSize, nullptr, &type, data, &dataSize) != ERROR_SUCCESS)
                 break;
             data[dataSize] = 0;
             if (type == REG_SZ)

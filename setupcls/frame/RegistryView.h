@@ -8,7 +8,7 @@
 // names the view the module is in already; 32-bit Windows ignores it. Keys outside SOFTWARE
 // (services, control settings) have one view only and are opened directly.
 //
-// The calls answer the Win32 status of the call they make.
+// The calls answer the Win32 status of the call they make; on failure the holder is empty.
 #pragma once
 
 #include "frame/Handles.h"

@@ -93,17 +93,18 @@ using registry::LoadHelperLibrary;
 // The remote registry root and the machine it belongs to. The last copy of the object that
 // opened it closes the key and cancels the IPC connection to the machine that the remote-login
 // part of setup may have made.
+// Members are destroyed in reverse order: the key is closed before the connection is cancelled.
 struct CTambRegistry::RemoteRoot {
-    UniqueKey key;
-    CString machine;
+    explicit RemoteRoot(const CString& machine) : ipc(IpcShareOf(machine)) {}
 
-    ~RemoteRoot()
+    UniqueNetConnection ipc;
+    UniqueKey key;
+
+    static std::string IpcShareOf(const CString& machine)
     {
-        key.reset();
         CString share;
         share.Format("\\\\%s\\ipc$", machine.GetString());
-        // Nothing is left to do when the cancel fails: most often no connection was made (2250).
-        WNetCancelConnection2A(share, 0, TRUE);
+        return share.GetString();
     }
 };
 
@@ -185,14 +186,12 @@ void CTambRegistry::ConnectRoot(const char* machine)
     if (!machine || !*machine || !GetComputerNameA(local, &length) || CString(machine).CompareNoCase(local) == 0)
         return;
     m_sMachine = machine;
-    auto remote = std::make_shared<RemoteRoot>();
-    remote->machine = m_sMachine;
-    HKEY key = nullptr;
-    LONG status = RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, &key);
-    if (status == ERROR_SUCCESS)
-        remote->key.reset(key);
-    else
+    auto remote = std::make_shared<RemoteRoot>(m_sMachine);
+    LONG status = RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote->key.put());
+    if (status != ERROR_SUCCESS) {
+        remote->key.release();  // whatever the failed call left there is no key
         CLog::Write(m_settings.LogFile(), "\tConnect to the registry of %s failed (%ld)", m_sMachine.GetString(), status);
+    }
     m_hRoot = remote->key.get();
     m_remote = remote;
 }

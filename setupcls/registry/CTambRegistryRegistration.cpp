@@ -90,8 +90,7 @@ CString UninstallEntryOf(const char* subKey)
 UniqueKey OpenSharedDLLs()
 {
     UniqueKey key;
-    if (regview::OpenKey(HKEY_LOCAL_MACHINE, CTambRegistry::m_sSharedDLLKey, KEY_ALL_ACCESS, key) != ERROR_SUCCESS)
-        key.release();  // whatever the failed call left there is no key
+    regview::OpenKey(HKEY_LOCAL_MACHINE, CTambRegistry::m_sSharedDLLKey, KEY_ALL_ACCESS, key);
     return key;
 }
 

@@ -106,20 +106,21 @@ bool ReadVersion(OSVERSIONINFOA& info)
 }
 
 // HKEY_LOCAL_MACHINE of another machine; empty when it cannot be reached.
+// A failed call may leave anything in its output: that is no key, and is not closed.
 UniqueKey ConnectMachineRegistry(const char* machine)
 {
-    HKEY key = nullptr;
-    if (RegConnectRegistryA(machine, HKEY_LOCAL_MACHINE, &key) != ERROR_SUCCESS)
-        return UniqueKey();
-    return UniqueKey(key);
+    UniqueKey key;
+    if (RegConnectRegistryA(machine, HKEY_LOCAL_MACHINE, key.put()) != ERROR_SUCCESS)
+        key.release();
+    return key;
 }
 
 UniqueKey OpenKeyForRead(HKEY root, const char* path)
 {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(root, path, 0, KEY_READ, &key) != ERROR_SUCCESS)
-        return UniqueKey();
-    return UniqueKey(key);
+    UniqueKey key;
+    if (RegOpenKeyExA(root, path, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
+        key.release();
+    return key;
 }
 
 // The root of the path's drive: its drive part ("C:") plus a back-slash, or "\" (the current

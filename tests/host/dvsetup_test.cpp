@@ -10,7 +10,9 @@ using namespace testsupport;
 
 namespace {
 
-const std::string kProductKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup";
+const std::string kMakerKey = "SOFTWARE\\Brannoch";
+const std::string kProductKey = kMakerKey + "\\BN Drosvane Backup";
+const char kMakerFolder[] = "C:\\Program Files\\Brannoch";
 const std::string kUninstallKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\BN Drosvane Backup";
 const std::string kHome = "C:\\Program Files\\Brannoch\\Drosvane\\";
 
@@ -24,8 +26,9 @@ std::string Dvsetup(const std::string& command, const TempDir& logs)
 
 TEST(Dvsetup, InstallStatusUninstall)
 {
-    ScopedRegistryKeys cleanup({"SOFTWARE\\Brannoch", kUninstallKey});
-    const bool makerFolderExisted = GetFileAttributesA("C:\\Program Files\\Brannoch") != INVALID_FILE_ATTRIBUTES;
+    const bool makerKeyExisted = RegKeyExists(kView32, kMakerKey);
+    ScopedRegistryKeys cleanup({kMakerKey, kUninstallKey});
+    const bool makerFolderExisted = GetFileAttributesA(kMakerFolder) != INVALID_FILE_ATTRIBUTES;
     TempDir logs;
 
     std::string output;
@@ -51,8 +54,11 @@ TEST(Dvsetup, InstallStatusUninstall)
 
     const std::string trace = ReadFileBytes(logs / "dvsetup.trc");
     EXPECT_NE(std::string::npos, trace.find("install finished: 6 steps, 0 failed")) << trace;
+    // The machine is left as it was: the maker's key and folder go with the last product in them.
+    EXPECT_EQ(makerKeyExisted, RegKeyExists(kView32, kMakerKey));
+    EXPECT_EQ(makerFolderExisted, GetFileAttributesA(kMakerFolder) != INVALID_FILE_ATTRIBUTES);
     if (!makerFolderExisted)
-        RemoveTree("C:\\Program Files\\Brannoch");
+        RemoveTree(kMakerFolder);
 }
 
 TEST(Dvsetup, WrongCommandLineGivesUsage)

@@ -1,27 +1,29 @@
 #include "RegistrySupport.h"
 
-#include <memory>
+#include "frame/Handles.h"
 
 namespace testsupport {
 
 namespace {
 
-using Key = std::unique_ptr<std::remove_pointer<HKEY>::type, decltype(&RegCloseKey)>;
+using Key = UniqueKey;
 
 Key Open(REGSAM view, const std::string& key, REGSAM access, bool create = false)
 {
-    HKEY handle = nullptr;
+    Key handle;
     LONG status = create ? RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, access | view, nullptr,
-                                           &handle, nullptr)
-                         : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, &handle);
-    return Key(status == ERROR_SUCCESS ? handle : nullptr, &RegCloseKey);
+                                           handle.put(), nullptr)
+                         : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, handle.put());
+    if (status != ERROR_SUCCESS)
+        handle.release();  // a failed call leaves no key
+    return handle;
 }
 
 }  // namespace
 
 bool RegKeyExists(REGSAM view, const std::string& key)
 {
-    return Open(view, key, KEY_READ) != nullptr;
+    return static_cast<bool>(Open(view, key, KEY_READ));
 }
 
 std::string RegRead(REGSAM view, const std::string& key, const char* value)

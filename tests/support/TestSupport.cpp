@@ -1,5 +1,7 @@
 #include "TestSupport.h"
 
+#include "frame/Handles.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -80,8 +82,8 @@ bool CopyFixture(const char* name, const std::string& target)
 void RemoveTree(const std::string& path)
 {
     WIN32_FIND_DATAA entry;
-    HANDLE find = FindFirstFileA((path + "\\*").c_str(), &entry);
-    for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileA(find, &entry)) {
+    UniqueFind find(FindFirstFileA((path + "\\*").c_str(), &entry));
+    for (BOOL more = static_cast<bool>(find); more; more = FindNextFileA(find.get(), &entry)) {
         const std::string name = entry.cFileName, full = path + "\\" + name;
         if (name == "." || name == "..")
             continue;
@@ -92,8 +94,7 @@ void RemoveTree(const std::string& path)
             DeleteFileA(full.c_str());
         }
     }
-    if (find != INVALID_HANDLE_VALUE)
-        FindClose(find);
+    find.reset();
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     RemoveDirectoryA(path.c_str());
 }
@@ -115,14 +116,12 @@ long Run(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
     if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, output != nullptr, 0, nullptr, nullptr, &startup,
                         &process))
         return -1;
+    UniqueHandle thread(process.hThread), program(process.hProcess);
     DWORD code = 0;
-    bool ended = WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0;
+    bool ended = WaitForSingleObject(program.get(), timeoutMs) == WAIT_OBJECT_0;
     if (!ended)
-        TerminateProcess(process.hProcess, 1);
-    long result = ended && GetExitCodeProcess(process.hProcess, &code) ? long(code) : -1;
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return result;
+        TerminateProcess(program.get(), 1);
+    return ended && GetExitCodeProcess(program.get(), &code) ? long(code) : -1;
 }
 
 }  // namespace
@@ -139,12 +138,12 @@ long RunProgramCapture(const std::string& commandLine, std::string& output, DWOR
     TempDir dir;
     const std::string file = dir / "output.txt";
     SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    HANDLE handle = CreateFileA(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
+    UniqueFile handle(CreateFileA(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!handle)
         return -1;
-    long result = Run(commandLine, handle, timeoutMs);
-    CloseHandle(handle);
+    long result = Run(commandLine, handle.get(), timeoutMs);
+    handle.reset();
     output = ReadFileBytes(file);
     return result;
 }
