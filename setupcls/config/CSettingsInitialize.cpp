@@ -20,6 +20,7 @@
 #include "PathRules.h"
 #include "frame/Handles.h"
 #include "frame/ModulePath.h"
+#include "frame/ProductLibrary.h"
 #include "registry/RegistryAccess.h"
 
 #include <cstdarg>
@@ -77,13 +78,12 @@ void LogFailure(const CLog& log, const char* format, ...)
 
 bool AskProductMap(int productType, CString& product, const CLog& log)
 {
-    UniqueModule library(LoadLibraryA(kProductMapLibrary));
+    ProductLibrary library = ProductLibrary::ByName(kProductMapLibrary);
     if (!library) {
-        LogFailure(log, "Load %s failed (%lu)", kProductMapLibrary, GetLastError());
+        LogFailure(log, "Load %s failed (%lu)", kProductMapLibrary, library.Error());
         return false;
     }
-    auto ask = reinterpret_cast<ProductMapExport>(
-        reinterpret_cast<void*>(GetProcAddress(library.get(), kProductMapExport)));
+    auto ask = library.Entry<ProductMapExport>(kProductMapExport);
     if (!ask) {
         LogFailure(log, "%s has no %s", kProductMapLibrary, kProductMapExport);
         return false;

@@ -1,6 +1,6 @@
 #include "VersionInfo.h"
 
-#include "frame/Handles.h"
+#include "frame/ProductLibrary.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -14,13 +14,9 @@ typedef void (WINAPI* DvvTextExport)(char* buffer);
 CString QueryModuleText(const CString& modulePath, const char* exportName)
 {
     char text[32] = {};
-    UniqueModule module(LoadLibraryExA(modulePath, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-    if (module) {
-        auto query = reinterpret_cast<DvvTextExport>(
-            reinterpret_cast<void*>(GetProcAddress(module.get(), exportName)));
-        if (query)
-            query(text);
-    }
+    ProductLibrary library = ProductLibrary::FromPath(modulePath);
+    if (auto query = library.Entry<DvvTextExport>(exportName))
+        query(text);
     text[sizeof(text) - 1] = '\0';  // a module that overruns the limit is still cut here
     return CString(text);
 }

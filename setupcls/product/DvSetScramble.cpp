@@ -2,9 +2,8 @@
 
 #include "CLog.h"
 #include "CString.h"
-#include "PathRules.h"
-#include "frame/Handles.h"
 #include "frame/ModulePath.h"
+#include "frame/ProductLibrary.h"
 
 #include <io.h>
 
@@ -87,19 +86,6 @@ CString SetupFolder()
     return DriveAndFolder(library);
 }
 
-// "folder\DVDCEN.DLL", with one back-slash whatever the folder ends in.
-CString LibraryIn(CString folder)
-{
-    TrimTailBackSlash(folder);
-    return folder + "\\" + kLibraryName;
-}
-
-UniqueModule LoadFrom(const CString& path)
-{
-    // The altered search path lets DVDCEN.DLL find the libraries it needs beside itself.
-    return UniqueModule(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-}
-
 bool IsFolder(const CString& path)
 {
     DWORD attributes = GetFileAttributesA(path);
@@ -119,7 +105,7 @@ void SetUnlessSet(const char* name, const CString& value)
 // folder it names is relative to the folder of the SETUP.INF. A missing or empty name leaves
 // that folder itself (the setup folder, or its parent when SETUP.INF is not in the setup
 // folder) to be tried.
-UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
+ProductLibrary LoadFromConfiguredFolder(const CString& setupFolder)
 {
     CString base = setupFolder;
     if (_access(base + kSetupInfName, 0) != 0)
@@ -128,13 +114,13 @@ UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
     GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name), base + kSetupInfName);
     CString folder = base + name;
     if (!IsFolder(folder))
-        return UniqueModule();
+        return ProductLibrary();
     for (const char* variable : kLibraryVariables)
         SetUnlessSet(variable, folder);
     CString library;
-    if (!FullPath(LibraryIn(folder), MAX_PATH, library))
-        return UniqueModule();
-    UniqueModule module = LoadFrom(library);
+    if (!FullPath(ProductLibrary::PathIn(folder, kLibraryName), MAX_PATH, library))
+        return ProductLibrary();
+    ProductLibrary module = ProductLibrary::FromPath(library);
     // The library reads its own files relative to the current folder. It stays loaded even when
     // the folder cannot be made current.
     if (module)
@@ -142,38 +128,32 @@ UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
     return module;
 }
 
-UniqueModule LoadFromCurrentFolder()
-{
-    char folder[MAX_PATH];
-    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
-    if (length == 0 || length >= sizeof(folder))
-        return UniqueModule();
-    return LoadFrom(LibraryIn(folder));
-}
-
-UniqueModule LoadScrambleLibrary()
+// DVDCEN.DLL from the folder SETUP.INF names, else from the current folder, else beside the
+// setup program. Every candidate is loaded by its path with the altered search path, which lets
+// DVDCEN.DLL find the libraries it needs beside itself.
+ProductLibrary LoadScrambleLibrary()
 {
     CString setupFolder = SetupFolder();
-    UniqueModule module;
+    ProductLibrary library;
     if (!setupFolder.IsEmpty())
-        module = LoadFromConfiguredFolder(setupFolder);
-    if (!module)
-        module = LoadFromCurrentFolder();
-    if (!module && !setupFolder.IsEmpty())
-        module = LoadFrom(setupFolder + kLibraryName);
-    return module;
+        library = LoadFromConfiguredFolder(setupFolder);
+    if (!library)
+        library = ProductLibrary::InCurrentFolder(kLibraryName);
+    if (!library && !setupFolder.IsEmpty())
+        library = ProductLibrary::FromPath(setupFolder + kLibraryName);
+    return library;
 }
 
-// Loads DVDCEN.DLL into module and looks up one of its entry points: the one load path of both
-// directions.
-template <typename Entry>
-int FindEntry(UniqueModule& module, const char* name, Entry& entry)
+// Loads DVDCEN.DLL, looks up one of its entry points and hands it to work: the one load path of
+// both directions. The library stays loaded until work returns.
+template <typename Entry, typename Work>
+int WithEntry(const char* name, Work work)
 {
-    module = LoadScrambleLibrary();
-    if (!module)
+    ProductLibrary library = LoadScrambleLibrary();
+    if (!library)
         return ERROR_MOD_NOT_FOUND;
-    entry = reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module.get(), name)));
-    return entry ? ERROR_SUCCESS : ERROR_PROC_NOT_FOUND;
+    Entry entry = library.Entry<Entry>(name);
+    return entry ? work(entry) : ERROR_PROC_NOT_FOUND;
 }
 
 bool ValidArguments(const void* inData, DWORD inLength, const void* outData, const DWORD* outLength)
@@ -187,51 +167,46 @@ int Scramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength
 {
     if (!ValidArguments(inData, inLength, outData, outLength))
         return ERROR_INVALID_PARAMETER;
-    UniqueModule module;
-    DvDcenEncryptEx encrypt = nullptr;
-    if (int error = FindEntry(module, kEncryptEntry, encrypt))
-        return error;
+    return WithEntry<DvDcenEncryptEx>(kEncryptEntry, [&](DvDcenEncryptEx encrypt) -> int {
+        BYTE* sizeQuery = nullptr;
+        DWORD maxOutLength = 0;
+        if (int result = encrypt(inData, inLength, &sizeQuery, &maxOutLength))
+            return result;
+        MallocBuffer buffer = AllocateBytes(maxOutLength);
+        if (!buffer)
+            return ERROR_NOT_ENOUGH_MEMORY;
+        Trace("pOutData=%x maxoutLen=%d", Address(buffer.get()), static_cast<int>(maxOutLength));
 
-    BYTE* sizeQuery = nullptr;
-    DWORD maxOutLength = 0;
-    if (int result = encrypt(inData, inLength, &sizeQuery, &maxOutLength))
-        return result;
-    MallocBuffer buffer = AllocateBytes(maxOutLength);
-    if (!buffer)
-        return ERROR_NOT_ENOUGH_MEMORY;
-    Trace("pOutData=%x maxoutLen=%d", Address(buffer.get()), static_cast<int>(maxOutLength));
-
-    BYTE* scrambled = buffer.get();
-    DWORD scrambledLength = maxOutLength;
-    int result = encrypt(inData, inLength, &scrambled, &scrambledLength);
-    Trace("pInData=%x IndataLen=%d *pOutData=%x *pOutDataBufSize=%d", Address(inData), static_cast<int>(inLength),
-          Address(scrambled), static_cast<int>(scrambledLength));
-    if (result != 0)
-        return result;
-    if (scrambled != buffer.get() || scrambledLength > maxOutLength)
-        return ERROR_INVALID_DATA;
-    if (scrambledLength > *outLength)
-        return ERROR_INSUFFICIENT_BUFFER;
-    memcpy(outData, buffer.get(), scrambledLength);
-    *outLength = scrambledLength;
-    return ERROR_SUCCESS;
+        BYTE* scrambled = buffer.get();
+        DWORD scrambledLength = maxOutLength;
+        int result = encrypt(inData, inLength, &scrambled, &scrambledLength);
+        Trace("pInData=%x IndataLen=%d *pOutData=%x *pOutDataBufSize=%d", Address(inData), static_cast<int>(inLength),
+              Address(scrambled), static_cast<int>(scrambledLength));
+        if (result != 0)
+            return result;
+        if (scrambled != buffer.get() || scrambledLength > maxOutLength)
+            return ERROR_INVALID_DATA;
+        if (scrambledLength > *outLength)
+            return ERROR_INSUFFICIENT_BUFFER;
+        memcpy(outData, buffer.get(), scrambledLength);
+        *outLength = scrambledLength;
+        return ERROR_SUCCESS;
+    });
 }
 
 int Unscramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
 {
     if (!ValidArguments(inData, inLength, outData, outLength))
         return ERROR_INVALID_PARAMETER;
-    UniqueModule module;
-    DvDcenDecryptEx decrypt = nullptr;
-    if (int error = FindEntry(module, kDecryptEntry, decrypt))
-        return error;
-    DWORD length = *outLength;
-    if (int result = decrypt(inData, inLength, outData, &length))
-        return result;
-    if (length > *outLength)
-        return ERROR_INSUFFICIENT_BUFFER;
-    *outLength = length;
-    return ERROR_SUCCESS;
+    return WithEntry<DvDcenDecryptEx>(kDecryptEntry, [&](DvDcenDecryptEx decrypt) -> int {
+        DWORD length = *outLength;
+        if (int result = decrypt(inData, inLength, outData, &length))
+            return result;
+        if (length > *outLength)
+            return ERROR_INSUFFICIENT_BUFFER;
+        *outLength = length;
+        return ERROR_SUCCESS;
+    });
 }
 
 int ScrambleToText(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)

@@ -4,6 +4,7 @@
 
 #include "CLog.h"
 #include "PathRules.h"
+#include "frame/ProductLibrary.h"
 #include "registry/RegistryAccess.h"
 
 #include <winnetwk.h>
@@ -26,12 +27,9 @@ typedef BOOL(WINAPI* HelperTextExport)(char* buffer, DWORD size);
 const WORD kBrandProductNameOrdinal = 101;
 
 // The text the export wrote into a zeroed buffer (empty when it wrote nothing), or fallback
-// when the library or the export is missing.
-CString AskHelper(const UniqueModule& module, const char* exportName, const CString& fallback)
+// when the library or the export is missing (ask is null).
+CString AskHelper(HelperTextExport ask, const CString& fallback)
 {
-    if (!module)
-        return fallback;
-    auto ask = reinterpret_cast<HelperTextExport>(reinterpret_cast<void*>(GetProcAddress(module.get(), exportName)));
     if (!ask)
         return fallback;
     char text[kHelperText] = {};
@@ -67,28 +65,6 @@ const int kWritingProductTypes[] = {105, 133};
 const int kEnterpriseSubType = 2;
 
 }  // namespace
-
-namespace registry {
-
-// Setup programs keep their helper libraries in their own folder, which is the process's current
-// folder while setup runs, so a library there wins over one found along the search path.
-UniqueModule LoadHelperLibrary(const char* fileName)
-{
-    char folder[256] = {};
-    DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
-    if (length > 0 && length < sizeof(folder)) {
-        CString path;
-        path.Format("%s\\%s", folder, fileName);
-        UniqueModule module(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-        if (module)
-            return module;
-    }
-    return UniqueModule(LoadLibraryA(fileName));
-}
-
-}  // namespace registry
-
-using registry::LoadHelperLibrary;
 
 // The remote registry root and the machine it belongs to. The last copy of the object that
 // opened it closes the key and cancels the IPC connection to the machine that the remote-login
@@ -153,12 +129,13 @@ void CTambRegistry::Construct(const char* machine, int batch)
 
 void CTambRegistry::LoadRootStrings()
 {
-    UniqueModule qwtool = LoadHelperLibrary("QWTOOL.DLL");
+    ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
     if (!qwtool)
         Trace("%s", "\tLoad QWTOOL.DLL fail");
-    m_sTamberlyKey = AskHelper(qwtool, "QwtGetBrandNameStringA", "SOFTWARE\\Brannoch");
-    m_sDrosvaneKey = AskHelper(qwtool, "QwtGetRegRootStringA", "SOFTWARE\\Brannoch\\BN Drosvane Backup");
-    m_sDrosvaneBaseKey = AskHelper(qwtool, "QwtGetRegBaseStringA", m_sDrosvaneKey + "\\Base");
+    m_sTamberlyKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetBrandNameStringA"), "SOFTWARE\\Brannoch");
+    m_sDrosvaneKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegRootStringA"),
+                               "SOFTWARE\\Brannoch\\BN Drosvane Backup");
+    m_sDrosvaneBaseKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegBaseStringA"), m_sDrosvaneKey + "\\Base");
     m_sProductsKey = m_sDrosvaneKey + "\\Products";
 }
 
@@ -167,8 +144,8 @@ void CTambRegistry::LoadRootStrings()
 // edition instead; the brand library is asked all the same.
 void CTambRegistry::LoadProductName(int batch)
 {
-    UniqueModule brand = LoadHelperLibrary("BRAND.dll");
-    m_sProductDrosvane = AskHelper(brand, MAKEINTRESOURCEA(kBrandProductNameOrdinal), m_sEditionAB);
+    ProductLibrary brand = ProductLibrary::InCurrentFolderThenByName("BRAND.dll");
+    m_sProductDrosvane = AskHelper(brand.Entry<HelperTextExport>(kBrandProductNameOrdinal), m_sEditionAB);
     if (!batch)
         m_sProductDrosvane = m_settings.ProductSubType() == kEnterpriseSubType ? m_sEditionEB : m_sEditionAB;
 }

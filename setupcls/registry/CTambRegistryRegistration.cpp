@@ -3,6 +3,7 @@
 // products, the key families below the maker and product keys, and the registered user.
 #include "CTambRegistry.h"
 
+#include "frame/ProductLibrary.h"
 #include "frame/RegistryView.h"
 #include "frame/TextRules.h"
 #include "registry/RegistryAccess.h"
@@ -400,13 +401,12 @@ const char* CTambRegistry::GetDrosvaneOrganization()
 // A missing entry counts as a failed call.
 void CTambRegistry::AddSystemUserAccount() const
 {
-    UniqueModule qwtool = LoadHelperLibrary("QWTOOL.DLL");
+    ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
     if (!qwtool) {
         Trace("%s", "\tFailed to load QWTOOL.DLL to create system user account.");
         return;
     }
-    auto add = reinterpret_cast<SetUserAccountExport>(
-        reinterpret_cast<void*>(GetProcAddress(qwtool.get(), "QwtSetUserAccountA")));
+    auto add = qwtool.Entry<SetUserAccountExport>("QwtSetUserAccountA");
     if (!add
         || LOWORD(add(m_settings.SystemAccountName(), m_settings.SystemAccountDomain(),
                       m_settings.SystemAccountPassword(), m_settings.SystemAccountServer()))

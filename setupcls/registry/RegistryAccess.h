@@ -62,7 +62,4 @@ int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* 
 int WriteLocalText(const char* key, const char* value, const char* text);
 int WriteLocalNumber(const char* key, const char* value, DWORD number);
 
-// ---- Helper libraries (CTambRegistry.cpp): from the current folder first, then by name. ----
-UniqueModule LoadHelperLibrary(const char* fileName);
-
 }  // namespace registry

@@ -2,6 +2,7 @@
 
 #include "PathRules.h"
 #include "frame/Handles.h"
+#include "frame/ProductLibrary.h"
 #include "frame/TextRules.h"
 
 #include <direct.h>
@@ -481,12 +482,7 @@ int CComputer::IsWindowsVersionOK(unsigned long first, unsigned long second, uns
     // What the three numbers mean is the library's business; they are passed on as given.
     typedef BOOL(WINAPI * IsWindowsVersionOKEntry)(DWORD, DWORD, DWORD);
 
-    UniqueModule library(LoadLibraryA("QWTOOL.DLL"));
-    if (!library)
-        return 0;
-    auto entry = reinterpret_cast<IsWindowsVersionOKEntry>(
-        reinterpret_cast<void*>(GetProcAddress(library.get(), "IsWindowsVersionOKA")));
-    if (!entry)
-        return 0;
-    return entry(first, second, third);
+    ProductLibrary library = ProductLibrary::ByName("QWTOOL.DLL");
+    auto entry = library.Entry<IsWindowsVersionOKEntry>("IsWindowsVersionOKA");
+    return entry ? entry(first, second, third) : 0;
 }
