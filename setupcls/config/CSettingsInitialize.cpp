@@ -20,6 +20,7 @@
 #include "PathRules.h"
 #include "frame/Handles.h"
 #include "frame/ModulePath.h"
+#include "frame/ProfileFile.h"
 #include "registry/RegistryAccess.h"
 
 #include <cstdarg>
@@ -296,7 +297,7 @@ void ReadHostFile(CSettings& settings, const CString& medium)
     CString path;
     path.Format(kHostFileFormat, medium.GetString());
     char host[MAX_PATH + 1] = {};
-    GetPrivateProfileStringA(kHostServerSection, kHostServerKey, "", host, sizeof(host), path);
+    ProfileFile(path).ReadText(kHostServerSection, kHostServerKey, "", host, sizeof(host));
     if (host[0] == '\0')
         return;
     settings.RemoteSetup(TRUE);

@@ -5,6 +5,7 @@
 #include "PathRules.h"
 #include "frame/Handles.h"
 #include "frame/ModulePath.h"
+#include "frame/ProfileFile.h"
 
 #include <io.h>
 
@@ -29,7 +30,7 @@ const char* const kLibraryVariables[] = {"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"};
 
 const char kInstallSection[] = "INSTALL";
 const char kMethodKey[] = "EM";
-const UINT kTripleDesMethod = 4;
+const int kTripleDesMethod = 4;
 
 const char kHexDigits[] = "0123456789abcdef";
 
@@ -124,8 +125,9 @@ UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
     CString base = setupFolder;
     if (_access(base + kSetupInfName, 0) != 0)
         base += kParentFolder;
+    const CString inf = base + kSetupInfName;
     char name[MAX_PATH + 1] = "";
-    GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name), base + kSetupInfName);
+    ProfileFile(inf).ReadText(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name));
     CString folder = base + name;
     if (!IsFolder(folder))
         return UniqueModule();
@@ -315,9 +317,8 @@ SETUPCLS_C int WINAPI DVSET_ZORDecrypt_NUMSTR(const char* text, DWORD textLength
     return WithoutThrow([&] { return UnscrambleText(text, textLength, outData, outLength); });
 }
 
+// No file name is no triple-DES file: the profile functions would read WIN.INI instead.
 SETUPCLS_C int WINAPI DVSET_Is3DESEncrypt(const char* file)
 {
-    if (!file || file[0] == '\0')
-        return 0;
-    return GetPrivateProfileIntA(kInstallSection, kMethodKey, 0, file) == kTripleDesMethod ? 1 : 0;
+    return ProfileFile(file).ReadInt(kInstallSection, kMethodKey, 0) == kTripleDesMethod ? 1 : 0;
 }
