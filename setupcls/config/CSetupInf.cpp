@@ -2,15 +2,16 @@
 
 #include "frame/ModulePath.h"
 #include "frame/ProfileFile.h"
+#include "frame/SetupInfNames.h"
 
 #include <io.h>
 
 #include <cstdlib>
 #include <cstring>
 
-const char* const CSetupInf::m_sDefaultFilename = "SETUP.INF";
+const char* const CSetupInf::m_sDefaultFilename = setupinf::kFileName;
 
-const char* const CSetupInf::m_sComponentsSection = "Components";
+const char* const CSetupInf::m_sComponentsSection = setupinf::kComponentsSection;
 const char* const CSetupInf::m_sSupportSection = "Support";
 const char* const CSetupInf::m_sSetupSection = "Setup";
 const char* const CSetupInf::m_sBuildNumberSection = "BuildNumber";

@@ -6,6 +6,7 @@
 #include "frame/Handles.h"
 #include "frame/ModulePath.h"
 #include "frame/ProfileFile.h"
+#include "frame/SetupInfNames.h"
 
 #include <io.h>
 
@@ -22,9 +23,7 @@ const char kLibraryName[] = "DVDCEN.DLL";
 const char kEncryptEntry[] = "ZOREncrypt_Ex";
 const char kDecryptEntry[] = "ZORDecrypt_Ex";
 const char kInstallerProgram[] = "msiexec";
-const char kSetupInfName[] = "SETUP.INF";
 const char kParentFolder[] = "..\\";
-const char kComponentsSection[] = "Components";
 const char kLibraryFolderKey[] = "EVPKI_LIBCFGPATH";
 const char* const kLibraryVariables[] = {"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"};
 
@@ -123,11 +122,11 @@ void SetUnlessSet(const char* name, const CString& value)
 UniqueModule LoadFromConfiguredFolder(const CString& setupFolder)
 {
     CString base = setupFolder;
-    if (_access(base + kSetupInfName, 0) != 0)
+    if (_access(base + setupinf::kFileName, 0) != 0)
         base += kParentFolder;
-    const CString inf = base + kSetupInfName;
+    const CString inf = base + setupinf::kFileName;
     char name[MAX_PATH + 1] = "";
-    ProfileFile(inf).ReadText(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name));
+    ProfileFile(inf).ReadText(setupinf::kComponentsSection, kLibraryFolderKey, "", name, sizeof(name));
     CString folder = base + name;
     if (!IsFolder(folder))
         return UniqueModule();
