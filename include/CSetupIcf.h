@@ -371,9 +371,6 @@ private:
     BOOL ReadPassword(int id, char* clear, unsigned long size);
     const char* ReadPasswordText(int id);
     BOOL WritePassword(int id, const char* password);
-    unsigned long ReadKey(const char* section, const char* key, const char* defaultText, char* buffer,
-                          unsigned long size) const;
-    BOOL WriteKey(const char* section, const char* key, const char* value) const;
 
     CString m_sFile;
     BOOL m_bExists = FALSE;

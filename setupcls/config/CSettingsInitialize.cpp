@@ -21,6 +21,8 @@
 #include "frame/Handles.h"
 #include "frame/ModulePath.h"
 #include "frame/ProductLibrary.h"
+#include "frame/ProfileFile.h"
+#include "frame/ScopedCurrentDirectory.h"
 #include "registry/RegistryAccess.h"
 
 #include <cstdarg>
@@ -260,12 +262,11 @@ void AdjustToSubType(CSettings& settings)
 // CSetupInf makes the medium's folder the current folder, for file names it resolves later.
 // The settings keep the medium's names as written and resolve none, so the caller's current
 // folder is given back: the product registry and the other helpers look for the product's
-// libraries in the current folder, which must stay the one the setup program chose.
+// libraries in the current folder, which must stay the one the setup program chose. The holder
+// gives it back on every path; the normal path does so itself to log a failure.
 bool ReadMedium(CSettings& settings, const CString& medium, const CLog& log)
 {
-    char saved[MAX_PATH + 1];
-    DWORD length = GetCurrentDirectoryA(sizeof(saved), saved);
-    bool known = length > 0 && length < sizeof(saved);
+    ScopedCurrentDirectory callersFolder;
 
     CString path = medium + CSetupInf::m_sDefaultFilename;
     bool found = CComputer::PathExists(path) != 0;
@@ -281,7 +282,7 @@ bool ReadMedium(CSettings& settings, const CString& medium, const CLog& log)
     settings.LaunchSetupFileName(inf.GetSetupFileName());
     AdjustToSubType(settings);
 
-    if (!known || !SetCurrentDirectoryA(saved)) {
+    if (!callersFolder.Restore()) {
         LogFailure(log, "Current folder not restored after reading %s (%lu)", path.GetString(), GetLastError());
         return false;
     }
@@ -296,7 +297,7 @@ void ReadHostFile(CSettings& settings, const CString& medium)
     CString path;
     path.Format(kHostFileFormat, medium.GetString());
     char host[MAX_PATH + 1] = {};
-    GetPrivateProfileStringA(kHostServerSection, kHostServerKey, "", host, sizeof(host), path);
+    ProfileFile(path).ReadText(kHostServerSection, kHostServerKey, "", host, sizeof(host));
     if (host[0] == '\0')
         return;
     settings.RemoteSetup(TRUE);

@@ -4,7 +4,7 @@
 #include "DvSetScramble.h"
 #include "config/CSetupIcfKeys.h"
 #include "frame/ModulePath.h"
-#include "frame/TextRules.h"
+#include "frame/ProfileFile.h"
 
 #include <io.h>
 
@@ -89,28 +89,13 @@ char* CSetupIcf::Slot(int slot)
     return &m_buffers[static_cast<size_t>(slot) * kSlotSize];
 }
 
-unsigned long CSetupIcf::ReadKey(const char* section, const char* key, const char* defaultText, char* buffer,
-                                 unsigned long size) const
-{
-    return GetPrivateProfileStringA(section, key, defaultText, buffer, size, m_sFile);
-}
-
-// A null value would delete the key through the profile API: it is refused instead.
-BOOL CSetupIcf::WriteKey(const char* section, const char* key, const char* value) const
-{
-    if (!value)
-        return FALSE;
-    return WritePrivateProfileStringA(section, key, value, m_sFile);
-}
-
 // ---------------------------------------------------------------------------------------------
 // Generic access
 
+// A null section, key or value is refused: the profile API would delete instead of write.
 BOOL CSetupIcf::WriteString(const char* section, const char* key, const char* value)
 {
-    if (IsEmptyText(section) || IsEmptyText(key))
-        return FALSE;
-    return WriteKey(section, key, value);
+    return ProfileFile(m_sFile).WriteText(section, key, value);
 }
 
 BOOL CSetupIcf::WriteInt(const char* section, const char* key, int value)
@@ -121,22 +106,21 @@ BOOL CSetupIcf::WriteInt(const char* section, const char* key, int value)
 }
 
 // A null section or key would make the profile API hand out the list of section or key names
-// instead of a value: the reads refuse them, as the writes do.
+// instead of a value: the reads refuse them, as the writes do, and leave the caller's buffer or
+// number as it was. The buffer's capacity is the length of the text the caller put in it.
 int CSetupIcf::GetString(const char* section, const char* key, char* buffer)
 {
-    if (!m_bExists || !buffer || IsEmptyText(section) || IsEmptyText(key))
+    if (!m_bExists || !buffer)
         return FALSE;
     DWORD capacity = static_cast<DWORD>(strlen(buffer));
-    if (capacity == 0)
-        return 0;
-    return static_cast<int>(ReadKey(section, key, "", buffer, capacity));
+    return static_cast<int>(ProfileFile(m_sFile).ReadText(section, key, "", buffer, capacity));
 }
 
 BOOL CSetupIcf::GetInt(const char* section, const char* key, int* value)
 {
-    if (!m_bExists || !value || IsEmptyText(section) || IsEmptyText(key))
+    if (!m_bExists || !value || !ProfileFile::NamesEntry(section, key))
         return FALSE;
-    *value = static_cast<int>(GetPrivateProfileIntA(section, key, 0, m_sFile));
+    *value = ProfileFile(m_sFile).ReadInt(section, key, 0);
     return TRUE;
 }
 
@@ -150,10 +134,11 @@ const char* CSetupIcf::ReadText(int id)
     if (!m_bExists)
         return result;
     result[0] = '\0';
+    const ProfileFile profile(m_sFile);
     for (const Source& source : entry.reads) {
         if (!source.section || result[0])
             break;
-        ReadKey(source.section, source.key, source.defaultText, result, entry.size);
+        profile.ReadText(source.section, source.key, source.defaultText, result, entry.size);
     }
     return result;
 }
@@ -163,15 +148,15 @@ BOOL CSetupIcf::WriteText(int id, const char* value)
     const TextKey& entry = kText[id];
     if (NeedsFile(entry.flags))
         return FALSE;
-    return WriteKey(entry.write.section, entry.write.key, value);
+    return ProfileFile(m_sFile).WriteText(entry.write.section, entry.write.key, value);
 }
 
 BOOL CSetupIcf::ReadSized(int id, char* buffer, unsigned long size)
 {
-    if (!buffer || size == 0 || !m_bExists)
+    if (!m_bExists)
         return FALSE;
     const Source& source = kText[id].reads[0];
-    return ReadKey(source.section, source.key, source.defaultText, buffer, size) > 0;
+    return ProfileFile(m_sFile).ReadText(source.section, source.key, source.defaultText, buffer, size) > 0;
 }
 
 BOOL CSetupIcf::ReadFeature(int id)
@@ -179,9 +164,10 @@ BOOL CSetupIcf::ReadFeature(int id)
     const FeatureKey& entry = kFeature[id];
     if (!m_bExists)
         return m_features[id];
-    BOOL on = GetPrivateProfileIntA(entry.sections[0], entry.key, entry.defaultValue, m_sFile) != 0;
+    const ProfileFile profile(m_sFile);
+    BOOL on = profile.ReadInt(entry.sections[0], entry.key, entry.defaultValue) != 0;
     if (on && entry.sections[1])
-        on = GetPrivateProfileIntA(entry.sections[1], entry.key, entry.defaultValue, m_sFile) != 0;
+        on = profile.ReadInt(entry.sections[1], entry.key, entry.defaultValue) != 0;
     m_features[id] = on;
     return on;
 }
@@ -189,7 +175,7 @@ BOOL CSetupIcf::ReadFeature(int id)
 BOOL CSetupIcf::WriteFeature(int id, int on)
 {
     const FeatureKey& entry = kFeature[id];
-    return WriteKey(entry.writeSection, entry.key, on ? "1" : "0");
+    return ProfileFile(m_sFile).WriteText(entry.writeSection, entry.key, on ? "1" : "0");
 }
 
 BOOL CSetupIcf::QueryFeatureText(int id, char* buffer, unsigned long size)
@@ -198,11 +184,12 @@ BOOL CSetupIcf::QueryFeatureText(int id, char* buffer, unsigned long size)
     if (!buffer || size == 0 || !m_bExists)
         return FALSE;
     buffer[0] = '\0';
+    const ProfileFile profile(m_sFile);
     unsigned long read = 0;
     for (const char* section : entry.query) {
         if (!section || read)
             break;
-        read = ReadKey(section, entry.key, "", buffer, size);
+        read = profile.ReadText(section, entry.key, "", buffer, size);
     }
     return read > 0;
 }
@@ -213,7 +200,7 @@ long CSetupIcf::ReadNumber(int id)
     if (!m_bExists)
         return atol(entry.defaultText);
     char text[kNumberTextSize] = {};
-    ReadKey(entry.section, entry.key, entry.defaultText, text, sizeof(text));
+    ProfileFile(m_sFile).ReadText(entry.section, entry.key, entry.defaultText, text, sizeof(text));
     return atol(text);
 }
 
@@ -234,7 +221,7 @@ BOOL CSetupIcf::WriteNumber(int id, long value)
         snprintf(text, sizeof(text), "%d", static_cast<int>(value));
         break;
     }
-    return WriteKey(entry.section, entry.key, text);
+    return ProfileFile(m_sFile).WriteText(entry.section, entry.key, text);
 }
 
 // Reads a password into clear (size bytes): the plain text of the older sections first, then
@@ -243,17 +230,18 @@ BOOL CSetupIcf::WriteNumber(int id, long value)
 BOOL CSetupIcf::ReadPassword(int id, char* clear, unsigned long size)
 {
     const PasswordKey& entry = kPassword[id];
+    const ProfileFile profile(m_sFile);
     for (const char* section : entry.plainSections) {
         if (!section)
             break;
         char plain[kPlainPasswordSize] = {};
-        if (ReadKey(section, entry.key, "", plain, sizeof(plain)) > 0) {
+        if (profile.ReadText(section, entry.key, "", plain, sizeof(plain)) > 0) {
             lstrcpynA(clear, plain, static_cast<int>(size));
             return TRUE;
         }
     }
     std::vector<char> scrambled(kScrambledSize, '\0');
-    if (ReadKey(entry.scrambledSection, entry.key, "", scrambled.data(), kScrambledSize) == 0)
+    if (profile.ReadText(entry.scrambledSection, entry.key, "", scrambled.data(), kScrambledSize) == 0)
         return TRUE;
     char text[kClearSize] = {};
     unsigned long length = kClearSize - 1;
@@ -294,7 +282,7 @@ BOOL CSetupIcf::WritePassword(int id, const char* password)
         return FALSE;
     scrambled[length < kScrambledSize ? length : kScrambledSize - 1] = '\0';
     const PasswordKey& entry = kPassword[id];
-    return WriteKey(entry.scrambledSection, entry.key, scrambled.data());
+    return ProfileFile(m_sFile).WriteText(entry.scrambledSection, entry.key, scrambled.data());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -557,7 +545,7 @@ int CSetupIcf::GetProductSubType()
 {
     if (!m_bExists)
         return 0;
-    int subType = static_cast<int>(GetPrivateProfileIntA("Install", "ProdSubType", -1, m_sFile));
+    int subType = ProfileFile(m_sFile).ReadInt("Install", "ProdSubType", -1);
     return subType >= 0 && subType <= 4 ? subType : -1;
 }
 
@@ -565,24 +553,25 @@ BOOL CSetupIcf::SQLDB()
 {
     if (!m_bExists)
         return m_bSQLDB;
-    BOOL on = GetPrivateProfileIntA("DatabaseOption", "SQL", 0, m_sFile) != 0;
+    const ProfileFile profile(m_sFile);
+    BOOL on = profile.ReadInt("DatabaseOption", "SQL", 0) != 0;
     if (!on)
-        on = GetPrivateProfileIntA("Base", "SQL", 0, m_sFile) != 0;
+        on = profile.ReadInt("Base", "SQL", 0) != 0;
     m_bSQLDB = on;
     return on;
 }
 
 BOOL CSetupIcf::SQLDB(int on)
 {
-    return WriteKey("Base", "SQL", on ? "1" : "0");
+    return ProfileFile(m_sFile).WriteText("Base", "SQL", on ? "1" : "0");
 }
 
 int CSetupIcf::GetDBType()
 {
     if (!m_bExists)
         return 0;
-    int first = static_cast<int>(GetPrivateProfileIntA("DatabaseOption", "SQL", 0, m_sFile));
-    return static_cast<int>(GetPrivateProfileIntA("Base", "SQL", first, m_sFile));
+    const ProfileFile profile(m_sFile);
+    return profile.ReadInt("Base", "SQL", profile.ReadInt("DatabaseOption", "SQL", 0));
 }
 
 BOOL CSetupIcf::SetDBType(int type)
@@ -591,7 +580,7 @@ BOOL CSetupIcf::SetDBType(int type)
         return FALSE;
     char text[kNumberTextSize];
     snprintf(text, sizeof(text), "%d", type);
-    return WriteKey("Base", "SQL", text);
+    return ProfileFile(m_sFile).WriteText("Base", "SQL", text);
 }
 
 unsigned int CSetupIcf::GetSQLAgentInstanceAuthType() { return static_cast<unsigned int>(ReadNumber(kSQLAgentInstanceAuthType)); }

@@ -1,15 +1,17 @@
 #include "CSetupInf.h"
 
 #include "frame/ModulePath.h"
+#include "frame/ProfileFile.h"
+#include "frame/SetupInfNames.h"
 
 #include <io.h>
 
 #include <cstdlib>
 #include <cstring>
 
-const char* const CSetupInf::m_sDefaultFilename = "SETUP.INF";
+const char* const CSetupInf::m_sDefaultFilename = setupinf::kFileName;
 
-const char* const CSetupInf::m_sComponentsSection = "Components";
+const char* const CSetupInf::m_sComponentsSection = setupinf::kComponentsSection;
 const char* const CSetupInf::m_sSupportSection = "Support";
 const char* const CSetupInf::m_sSetupSection = "Setup";
 const char* const CSetupInf::m_sBuildNumberSection = "BuildNumber";
@@ -42,16 +44,6 @@ const int kSQL2005EFullPathSize = 261;
 
 // Highest product subtype a medium may carry.
 const int kMaxProductSubType = 5;
-
-// Reads one text entry into buffer (size bytes). 0 when the entry is missing or empty, or when
-// no file was ever located (an empty name would send the profile functions to WIN.INI).
-DWORD ReadEntry(const CString& file, const char* section, const char* key, char* buffer, DWORD size)
-{
-    buffer[0] = '\0';
-    if (file.IsEmpty() || !key || key[0] == '\0')
-        return 0;
-    return GetPrivateProfileStringA(section, key, "", buffer, size, file);
-}
 
 }  // namespace
 
@@ -92,7 +84,7 @@ void CSetupInf::Locate()
 BOOL CSetupInf::ReadComponentFlag(const char* key, BOOL& cache)
 {
     if (m_exists)
-        cache = static_cast<BOOL>(GetPrivateProfileIntA(m_sComponentsSection, key, 0, m_path));
+        cache = static_cast<BOOL>(ProfileFile(m_path).ReadInt(m_sComponentsSection, key, 0));
     return cache;
 }
 
@@ -109,7 +101,7 @@ BOOL CSetupInf::IsOVGFWAvailable()
 const char* CSetupInf::ReadText(const char* section, const char* key, DWORD size, CString& result) const
 {
     char buffer[kFileNameSize];
-    if (m_exists && size <= sizeof(buffer) && ReadEntry(m_path, section, key, buffer, size) > 0)
+    if (m_exists && size <= sizeof(buffer) && ProfileFile(m_path).ReadText(section, key, "", buffer, size) > 0)
         result = buffer;
     return result;
 }
@@ -118,7 +110,7 @@ const char* CSetupInf::ReadFileName(const char* key, int fullSize, CString& resu
 {
     char buffer[kFileNameSize];
     CString absolute;
-    if (m_exists && ReadEntry(m_path, m_sComponentsSection, key, buffer, sizeof(buffer)) > 0 &&
+    if (m_exists && ProfileFile(m_path).ReadText(m_sComponentsSection, key, "", buffer, sizeof(buffer)) > 0 &&
         FullPath(buffer, fullSize, absolute))
         result = absolute;
     return result;
@@ -168,14 +160,14 @@ int CSetupInf::GetProductType()
 {
     if (!m_exists)
         return 0;
-    return static_cast<int>(GetPrivateProfileIntA(m_sSetupSection, m_sProductTypeKey, -1, m_path));
+    return ProfileFile(m_path).ReadInt(m_sSetupSection, m_sProductTypeKey, -1);
 }
 
 int CSetupInf::GetProductSubType()
 {
     if (!m_exists)
         return 0;
-    int subType = static_cast<int>(GetPrivateProfileIntA(m_sSetupSection, m_sProdSubTypeKey, -1, m_path));
+    int subType = ProfileFile(m_path).ReadInt(m_sSetupSection, m_sProdSubTypeKey, -1);
     return subType < 0 || subType > kMaxProductSubType ? -1 : subType;
 }
 
@@ -186,7 +178,9 @@ BOOL CSetupInf::GetUpdateBuildNoRange(const char* key, int* low, int* high)
     *low = 0;
     *high = 0;
     char text[kBuildRangeSize];
-    if (ReadEntry(m_path, m_sBuildNumberSection, key, text, sizeof(text)) == 0)
+    // An empty or missing entry, a key not named and no file located all read as nothing; an
+    // empty file name would send the profile functions to WIN.INI.
+    if (ProfileFile(m_path).ReadText(m_sBuildNumberSection, key, "", text, sizeof(text)) == 0)
         return FALSE;
     const char* comma = strchr(text, ',');
     if (comma) {
@@ -202,7 +196,7 @@ BOOL CSetupInf::GetUpdateBuildNoRange(const char* key, int* low, int* high)
 BOOL CSetupInf::GetBetaUpgVer(unsigned short& version)
 {
     char text[kBetaUpgVerSize];
-    if (ReadEntry(m_path, m_sBuildNumberSection, m_sBetaUpgVerKey, text, sizeof(text)) == 0) {
+    if (ProfileFile(m_path).ReadText(m_sBuildNumberSection, m_sBetaUpgVerKey, "", text, sizeof(text)) == 0) {
         version = 0;
         return FALSE;
     }

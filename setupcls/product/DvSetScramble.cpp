@@ -4,6 +4,8 @@
 #include "CString.h"
 #include "frame/ModulePath.h"
 #include "frame/ProductLibrary.h"
+#include "frame/ProfileFile.h"
+#include "frame/SetupInfNames.h"
 
 #include <io.h>
 
@@ -20,15 +22,13 @@ const char kLibraryName[] = "DVDCEN.DLL";
 const char kEncryptEntry[] = "ZOREncrypt_Ex";
 const char kDecryptEntry[] = "ZORDecrypt_Ex";
 const char kInstallerProgram[] = "msiexec";
-const char kSetupInfName[] = "SETUP.INF";
 const char kParentFolder[] = "..\\";
-const char kComponentsSection[] = "Components";
 const char kLibraryFolderKey[] = "EVPKI_LIBCFGPATH";
 const char* const kLibraryVariables[] = {"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"};
 
 const char kInstallSection[] = "INSTALL";
 const char kMethodKey[] = "EM";
-const UINT kTripleDesMethod = 4;
+const int kTripleDesMethod = 4;
 
 const char kHexDigits[] = "0123456789abcdef";
 
@@ -108,10 +108,11 @@ void SetUnlessSet(const char* name, const CString& value)
 ProductLibrary LoadFromConfiguredFolder(const CString& setupFolder)
 {
     CString base = setupFolder;
-    if (_access(base + kSetupInfName, 0) != 0)
+    if (_access(base + setupinf::kFileName, 0) != 0)
         base += kParentFolder;
+    const CString inf = base + setupinf::kFileName;
     char name[MAX_PATH + 1] = "";
-    GetPrivateProfileStringA(kComponentsSection, kLibraryFolderKey, "", name, sizeof(name), base + kSetupInfName);
+    ProfileFile(inf).ReadText(setupinf::kComponentsSection, kLibraryFolderKey, "", name, sizeof(name));
     CString folder = base + name;
     if (!IsFolder(folder))
         return ProductLibrary();
@@ -290,9 +291,8 @@ SETUPCLS_C int WINAPI DVSET_ZORDecrypt_NUMSTR(const char* text, DWORD textLength
     return WithoutThrow([&] { return UnscrambleText(text, textLength, outData, outLength); });
 }
 
+// No file name is no triple-DES file: the profile functions would read WIN.INI instead.
 SETUPCLS_C int WINAPI DVSET_Is3DESEncrypt(const char* file)
 {
-    if (!file || file[0] == '\0')
-        return 0;
-    return GetPrivateProfileIntA(kInstallSection, kMethodKey, 0, file) == kTripleDesMethod ? 1 : 0;
+    return ProfileFile(file).ReadInt(kInstallSection, kMethodKey, 0) == kTripleDesMethod ? 1 : 0;
 }
