@@ -45,9 +45,11 @@ protected:
                                    "\r\n[Components]\r\nDataMigration=" + std::to_string(dataMigration) + "\r\n" + more));
     }
     void Answer(const std::string& text) { ASSERT_TRUE(WriteFileBytes(m_dir / "SETUP.ICF", text)); }
-    bool Failed(const std::string& line) const
+    // The last run failed and logged the line.
+    void ExpectFailed(const std::string& line) const
     {
-        return m_result == 0 && ReadFileBytes(m_dir / "setup.log").find("\t" + line) != std::string::npos;
+        EXPECT_EQ(0, m_result) << line;
+        EXPECT_NE(std::string::npos, ReadFileBytes(m_dir / "setup.log").find("\t" + line)) << line;
     }
 
     CSettings Run(int batch, int uninstall = 0)
@@ -85,32 +87,32 @@ TEST_F(SettingsInitialize, RegistryAndFoldersGiveTheFlagsAndCurrentPaths)
     EXPECT_EQ(product + "|" + product + "|" + product + "ClientAgent\\|C:\\ALERT\\",
               std::string(s.CurrentDrosvanePath()) + "|" + s.DrosvanePath() + "|" + s.CurrentClientAgentPath() + "|" +
                   s.CurrentAlertPath());
-    EXPECT_TRUE(s.NewDrosvaneInstall() && s.NewAlertInstall());
+    EXPECT_TRUE(s.NewAlertInstall());
 
     Folder("home");
     Folder("home\\00000001.QSD");
-    ASSERT_TRUE(WriteFileBytes(db + "\\DVMAIN.DBD", "") && RegWrite(kView32, kPath, "DATABASE", db) &&
-                RegWrite(kView32, kAlert, "HOME", alert) &&
-                RegWrite(kView32, kProduct + "\\ClientAgent\\Common", "Path", agent + "\\") &&
-                RegWrite(kView32, kVexilan, "DisplayName", "AV"));
+    ASSERT_TRUE(WriteFileBytes(db + "\\DVMAIN.DBD", ""));
+    ASSERT_TRUE(RegWrite(kView32, kPath, "DATABASE", db));
+    ASSERT_TRUE(RegWrite(kView32, kAlert, "HOME", alert));
+    ASSERT_TRUE(RegWrite(kView32, kProduct + "\\ClientAgent\\Common", "Path", agent + "\\"));
+    ASSERT_TRUE(RegWrite(kView32, kVexilan, "DisplayName", "AV"));
     ASSERT_TRUE(SetCurrentDirectoryA(m_dir.path().c_str()));
     s = Run(0);
-    char folder[MAX_PATH];
-    EXPECT_EQ(m_dir.path(), std::string(folder, GetCurrentDirectoryA(MAX_PATH, folder))) << "not left on the medium";
+    EXPECT_EQ(m_dir.path(), CurrentFolder()) << "not left on the medium";
     EXPECT_EQ("1111111", Flags(s) + (m_result == 1 ? "" : " failed"));
     EXPECT_EQ(home + "\\|" + alert + "\\|" + agent + "\\",
               std::string(s.CurrentDrosvanePath()) + "|" + s.CurrentAlertPath() + "|" + s.CurrentClientAgentPath());
-    EXPECT_FALSE(s.NewDrosvaneInstall() || s.NewAlertInstall()) << "an upgrade stays where it is";
+    EXPECT_EACH(0, ANSWER(s.NewDrosvaneInstall()), ANSWER(s.NewAlertInstall())) << ": an upgrade stays where it is";
 
     // The alert known only under the former maker's key; the database in the home folder's
     // DATABASE folder, unrecorded; then a recorded database folder without database files.
     RegDeleteValueIn(kView32, kAlert, "HOME");
     RegDeleteValueIn(kView32, kPath, "DATABASE");
-    ASSERT_TRUE(RegWrite(kView32, "SOFTWARE\\Tamberly\\ALERT\\CurrentVersion\\Path", "HOME", alert) &&
-                WriteFileBytes(Folder("home\\DATABASE") + "\\DV1.DBD", ""));
+    ASSERT_TRUE(RegWrite(kView32, "SOFTWARE\\Tamberly\\ALERT\\CurrentVersion\\Path", "HOME", alert));
+    ASSERT_TRUE(WriteFileBytes(Folder("home\\DATABASE") + "\\DV1.DBD", ""));
     EXPECT_EQ("1101111", Flags(Run(0)));
-    ASSERT_TRUE(RegWrite(kView32, kPath, "DATABASE", db) &&
-                MoveFileA((db + "\\DVMAIN.DBD").c_str(), (db + "\\DVMAIN.DAT").c_str()));
+    ASSERT_TRUE(RegWrite(kView32, kPath, "DATABASE", db));
+    ASSERT_TRUE(MoveFileA((db + "\\DVMAIN.DBD").c_str(), (db + "\\DVMAIN.DAT").c_str()));
     EXPECT_EQ("1101101", Flags(Run(0)));
 }
 
@@ -129,7 +131,7 @@ TEST_F(SettingsInitialize, ProductSubTypeAdjustsWhatTheMediumOffers)
     }
     ASSERT_TRUE(DeleteFileA((m_dir / "media\\SETUP.INF").c_str()));
     EXPECT_FALSE(Run(0).HSMAvailable());
-    EXPECT_TRUE(Failed(m_dir / "media\\SETUP.INF not found"));
+    ExpectFailed(m_dir / "media\\SETUP.INF not found");
 }
 
 TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
@@ -144,7 +146,8 @@ TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
                   "|" + s.SystemAccountDomain() + "|" + s.SystemAccountName() + "|" + s.SystemAccountPassword() + "|" +
                   std::to_string(m_result));
     EXPECT_EQ(0x1Bu, s.Components()) << "manager, server, alert, data migration";
-    EXPECT_TRUE(s.Databases() == CSettings::INSTALL_SQL && !s.OverwriteDB() && !s.DeleteQueue());
+    EXPECT_EQ(unsigned(CSettings::INSTALL_SQL), s.Databases());
+    EXPECT_EACH(0, ANSWER(s.OverwriteDB()), ANSWER(s.DeleteQueue()));
 
     // Data migration only when asked for, not a remote setup (HOST.INI names the master) and offered.
     const struct { int asked, remote, offered; } cases[] = {{1, 0, 1}, {0, 0, 1}, {1, 1, 1}, {1, 0, 0}};
@@ -158,7 +161,9 @@ TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
     }
     // What the last answer file leaves out: the keys' defaults, empty texts included; the empty
     // product path replaces the folder the machine proposed.
-    EXPECT_TRUE(s.Databases() == CSettings::INSTALL_RAIMA && s.OverwriteDB() && s.DeleteQueue() && !s.InstallOVG());
+    EXPECT_EQ(unsigned(CSettings::INSTALL_RAIMA), s.Databases());
+    EXPECT_EACH(1, ANSWER(s.OverwriteDB()), ANSWER(s.DeleteQueue()));
+    EXPECT_FALSE(s.InstallOVG());
     EXPECT_STRNE("", s.CurrentDrosvanePath());
     EXPECT_EQ("|C:\\ALERT\\||", std::string(s.DrosvanePath()) + "|" + s.AlertPath() + "|" + s.RegisteredUser() + "|" +
                                     s.RegisteredCompany());
@@ -188,7 +193,7 @@ TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoic
     s = Run(1, 1);
     EXPECT_EQ(unsigned(CSettings::UNINSTALL_DROSVANE | CSettings::UNINSTALL_ALERT), s.Components());
     EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath());
-    EXPECT_TRUE(Failed("Answer file " + m_dir / "SETUP.ICF not found"));
+    ExpectFailed("Answer file " + m_dir / "SETUP.ICF not found");
     EXPECT_EQ(0u, Run(1, 0).Components()) << "an installation takes no uninstall choice";
 }
 
@@ -196,9 +201,7 @@ TEST_F(SettingsInitialize, ProductComesFromTheProductMapLibrary)
 {
     ScopedEnv call("TAMBPROD_CALL", nullptr);
     EXPECT_STREQ("Drosvane Server", Run(0).Product());
-    char text[32] = {};
-    GetEnvironmentVariableA("TAMBPROD_CALL", text, sizeof(text));
-    EXPECT_STREQ("133 1", text) << "product type, zeroed record";
+    EXPECT_EQ("133 1", EnvText("TAMBPROD_CALL")) << "product type, zeroed record";
     EXPECT_EQ(nullptr, GetModuleHandleA("TambProd.dll")) << "freed at once";
     ScopedEnv longName("TAMBPROD_NAME_ANSWER", std::string(30, 'N').c_str());
     EXPECT_EQ(std::string(23, 'N'), Run(0).Product());
@@ -213,6 +216,6 @@ TEST_F(SettingsInitialize, ProductComesFromTheProductMapLibrary)
         if (f.fixture)
             m_productMap = std::make_unique<ScopedLibraryPath>(f.fixture, "TambProd.dll");
         EXPECT_STREQ("", Run(0).Product()) << f.logged;
-        EXPECT_TRUE(Failed(f.logged)) << f.logged;
+        ExpectFailed(f.logged);
     }
 }

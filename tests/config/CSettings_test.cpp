@@ -1,5 +1,7 @@
 #include "CSettings.h"
 
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -37,8 +39,9 @@ TEST(CSettings, RecordGoesIntoEveryFieldAndTheRestKeepsItsDefaults)
         EXPECT_EQ(std::string(texts[i].width - 1, static_cast<char>('a' + i)), (copy.*texts[i].get)()) << i;
     for (size_t i = 0; i < 9; ++i)
         EXPECT_EQ(130 + static_cast<int>(i), (copy.*numbers[i].get)()) << i;
-    EXPECT_TRUE(copy.Uninstall() == 1 && !copy.RemoteSetup() && !copy.CustomSetup() && !copy.Aborted() &&
-                !*copy.RemoteHostServer() && copy.Components() == 0 && copy.Databases() == 2 && copy.InstallDBType() == 2);
+    EXPECT_EACH(0, ANSWER(copy.RemoteSetup()), ANSWER(copy.CustomSetup()), ANSWER(copy.Aborted()), ANSWER(copy.Components()));
+    EXPECT_STREQ("", copy.RemoteHostServer());
+    EXPECT_EACH(2, ANSWER(copy.Databases()), ANSWER(copy.InstallDBType()));
 }
 
 TEST(CSettings, ComponentBitsExpressSetupAndDiskSpace)
@@ -46,11 +49,12 @@ TEST(CSettings, ComponentBitsExpressSetupAndDiskSpace)
     CSettings settings;
     settings.UninstallDrosvane(TRUE);
     settings.InstallServer(FALSE);
-    EXPECT_TRUE(!settings.UninstallDrosvane() && settings.InstallManager() && settings.InstallDrosvane())
-        << "a getter of several bits needs every one";
+    EXPECT_FALSE(settings.UninstallDrosvane()) << "a getter of several bits needs every one";
+    EXPECT_EACH(1, ANSWER(settings.InstallManager()), ANSWER(settings.InstallDrosvane()));
     settings.UninstallAlert(TRUE);
     settings.UninstallDrosvane(FALSE);
-    EXPECT_TRUE(settings.Components() == 0x8 && !settings.InstallDrosvane());
+    EXPECT_EQ(0x8u, settings.Components());
+    EXPECT_FALSE(settings.InstallDrosvane());
     settings.InstallSQL(TRUE);
     settings.InstallRAIMA(FALSE);
     EXPECT_EQ(0x1u, settings.Databases());
@@ -59,7 +63,8 @@ TEST(CSettings, ComponentBitsExpressSetupAndDiskSpace)
     settings.CustomSetup(TRUE);
     EXPECT_EQ(0x8u, settings.Components()) << "a custom setup keeps the user's choice";
     settings.CustomSetup(FALSE);
-    EXPECT_TRUE(settings.ExpressSetup() && settings.Components() == 0x2F) << "no migration: the medium lacks it";
+    EXPECT_TRUE(settings.ExpressSetup());
+    EXPECT_EQ(0x2Fu, settings.Components()) << "no migration: the medium lacks it";
     settings.HSMAvailable(TRUE);
     settings.CustomSetup(FALSE);
     EXPECT_TRUE(settings.InstallHSM());

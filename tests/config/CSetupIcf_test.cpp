@@ -352,17 +352,22 @@ TEST(CSetupIcf, GenericAccessWritesAnyKeyAndReadsWithinTheCallersText)
     int value = 5;
     char buffer[24] = "xxxx";
     CSetupIcf none((dir / "absent.icf").c_str());  // writes without a file go beside the program
-    EXPECT_TRUE(none.WriteString("Extra", "Name", "text") && none.WriteInt("Extra", "Count", -12));
+    EXPECT_TRUE(none.WriteString("Extra", "Name", "text"));
+    EXPECT_TRUE(none.WriteInt("Extra", "Count", -12));
     EXPECT_EQ(Upper("[Extra]\r\nName=text\r\nCount=-12\r\n"), Upper(ReadFileBytes(ExeIcf())));
-    EXPECT_FALSE(none.GetInt("Extra", "Count", &value) || none.GetString("Extra", "Name", buffer));
-    EXPECT_TRUE(value == 5 && !strcmp("xxxx", buffer));
+    EXPECT_EACH(0, ANSWER(none.GetInt("Extra", "Count", &value)), ANSWER(none.GetString("Extra", "Name", buffer)));
+    EXPECT_EQ(5, value);
+    EXPECT_STREQ("xxxx", buffer);
     Remove(ExeIcf());
 
     const std::string file = NewIcf(dir, "generic");
     CSetupIcf icf(file.c_str());
-    EXPECT_TRUE(icf.WriteString("Extra", "Name", "abcdefgh") && icf.WriteInt("Extra", "Count", 42));
-    EXPECT_TRUE(icf.GetInt("Extra", "Count", &value) && value == 42);
-    EXPECT_TRUE(icf.GetInt("Extra", "Missing", &value) && value == 0);
+    ASSERT_TRUE(icf.WriteString("Extra", "Name", "abcdefgh"));
+    ASSERT_TRUE(icf.WriteInt("Extra", "Count", 42));
+    EXPECT_TRUE(icf.GetInt("Extra", "Count", &value));
+    EXPECT_EQ(42, value);
+    EXPECT_TRUE(icf.GetInt("Extra", "Missing", &value));
+    EXPECT_EQ(0, value);
 
     // The buffer's capacity is the length of the text already in it.
     char empty[9] = "\0#######";
@@ -391,7 +396,8 @@ TEST(CSetupIcf, InitTakesTheFileBesideTheProgramAndMakesOnlyThatOneWritable)
     EXPECT_STREQ("Beside", beside.FullName());
     EXPECT_EQ(0u, GetFileAttributesA(ExeIcf().c_str()) & FILE_ATTRIBUTE_READONLY);
     ASSERT_TRUE(SetFileAttributesA(ExeIcf().c_str(), FILE_ATTRIBUTE_READONLY));
-    EXPECT_TRUE(beside.Init("") && beside.CompanyName("Writable"));
+    EXPECT_TRUE(beside.Init(""));
+    EXPECT_TRUE(beside.CompanyName("Writable"));
     // A named file that is missing gives way to the one beside the program.
     EXPECT_STREQ("Writable", CSetupIcf(absent.c_str()).CompanyName());
 
@@ -418,41 +424,36 @@ TEST(CSetupIcf, BadInputFailsCleanly)
     Put(file, "Install", "OVGFeature", "1");
     const std::string bytes = ReadFileBytes(file);
     CSetupIcf icf(file.c_str()), none((dir / "absent.icf").c_str());
-    EXPECT_EQ(0, icf.InstallOVG() + icf.InstallOVG(1) + icf.InstallOVG(0) + none.InstallOVG(1) + none.InstallOVG());
     char small[4] = "##";
     int value = 5;
+    EXPECT_EACH(0, ANSWER(icf.InstallOVG()), ANSWER(icf.InstallOVG(1)), ANSWER(icf.InstallOVG(0)), ANSWER(none.InstallOVG(1)),
+                ANSWER(none.InstallOVG()), ANSWER(icf.WriteString("Extra", "Key", nullptr)),
+                ANSWER(icf.GetString("Extra", "Key", nullptr)), ANSWER(icf.GetInt("Extra", "Key", nullptr)),
+                ANSWER(icf.SystemAccountPassword(nullptr)), ANSWER(icf.DVDomainPassword(nullptr)), ANSWER(icf.SaveSQLExpPWD(nullptr)),
+                ANSWER(icf.GetSQLExpPWD(nullptr, 48)), ANSWER(icf.GetSQLExpPWD(small, 0)),
+                ANSWER(icf.GetSQLRemoteSerPWD(nullptr, 48)), ANSWER(icf.GetSQLRemoteSerPWD(small, 0)));
     for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
-        EXPECT_FALSE(icf.WriteString(bad, "Key", "x") || icf.WriteString("Extra", bad, "x"));
-        EXPECT_FALSE(icf.WriteInt(bad, "Key", 1) || icf.WriteInt("Extra", bad, 1));
-        EXPECT_EQ(0, icf.GetString(bad, "Key", small) + icf.GetString("Extra", bad, small));
-        EXPECT_FALSE(icf.GetInt(bad, "Key", &value) || icf.GetInt("Extra", bad, &value));
+        EXPECT_EACH(0, ANSWER(icf.WriteString(bad, "Key", "x")), ANSWER(icf.WriteString("Extra", bad, "x")),
+                    ANSWER(icf.WriteInt(bad, "Key", 1)), ANSWER(icf.WriteInt("Extra", bad, 1)), ANSWER(icf.GetString(bad, "Key", small)),
+                    ANSWER(icf.GetString("Extra", bad, small)), ANSWER(icf.GetInt(bad, "Key", &value)),
+                    ANSWER(icf.GetInt("Extra", bad, &value))) << (bad ? " with an empty name" : " with a null name");
     }
-    EXPECT_FALSE(icf.WriteString("Extra", "Key", nullptr) || icf.GetString("Extra", "Key", nullptr) ||
-                 icf.GetInt("Extra", "Key", nullptr));
-    EXPECT_FALSE(icf.SystemAccountPassword(nullptr) || icf.DVDomainPassword(nullptr) || icf.SaveSQLExpPWD(nullptr));
-    EXPECT_FALSE(icf.GetSQLExpPWD(nullptr, 48) || icf.GetSQLExpPWD(small, 0));
-    EXPECT_FALSE(icf.GetSQLRemoteSerPWD(nullptr, 48) || icf.GetSQLRemoteSerPWD(small, 0));
     for (const Row& row : Rows()) {
         EXPECT_FALSE(row.rule == FirstText && row.set(icf, nullptr)) << row.name;
-        EXPECT_FALSE(row.sized && (row.sized(icf, nullptr, 48) || row.sized(icf, small, 0))) << row.name;
+        EXPECT_FALSE(row.sized && row.sized(icf, nullptr, 48)) << row.name;
+        EXPECT_FALSE(row.sized && row.sized(icf, small, 0)) << row.name;
     }
-    EXPECT_TRUE(value == 5 && !strcmp("##", small));
+    EXPECT_EQ(5, value);
+    EXPECT_STREQ("##", small);
     EXPECT_EQ(bytes, ReadFileBytes(file));
     EXPECT_FALSE(FileExists(ExeIcf()));
 }
 
 namespace {
 
-// The scrambling library DVDCEN.DLL in a fresh current folder, where the scrambling functions
-// find it (the test program's folder and its parent hold no SETUP.INF).
-class CSetupIcfPasswords : public ::testing::Test {
+// The scrambling library in the current folder (m_dir); answer files in m_files.
+class CSetupIcfPasswords : public ScramblerTest {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(CopyFixture("DVDCEN.DLL", m_library / "DVDCEN.DLL"));
-        ASSERT_TRUE(SetCurrentDirectoryA(m_library.path().c_str()));
-    }
-
     // The three kept scrambled in "Base"; the sections of earlier setups that hold them as plain
     // text; a failed GetSQLExpPWD reads as "<FALSE>".
     struct Password {
@@ -470,9 +471,7 @@ protected:
          }},
     };
 
-    TempDir m_library, m_files;  // removed after the current folder has moved back out of them
-    ScopedCurrentDir m_keepFolder;
-    ScopedEnv m_noTrace{"DVSET_TRACEFILE", nullptr};
+    TempDir m_files;  // never left as the current folder: it goes before the current folder moves back
     ScopedEnv m_noFailure{"DVDCEN_FIXTURE_RESULT", nullptr};
     ExeIcfGuard m_guard;
 };
@@ -490,7 +489,8 @@ TEST_F(CSetupIcfPasswords, BaseHoldsThemScrambledAndOlderSectionsPlainTextWins)
         ASSERT_TRUE(password.set(icf, "Pa55 w0rd!"));
         char scrambled[1600] = {};
         GetPrivateProfileStringA("Base", password.key, "", scrambled, sizeof(scrambled), file.c_str());
-        EXPECT_TRUE(strlen(scrambled) > 0 && strspn(scrambled, "0123456789abcdef") == strlen(scrambled)) << scrambled;
+        EXPECT_STRNE("", scrambled);
+        EXPECT_EQ(strlen(scrambled), strspn(scrambled, "0123456789abcdef")) << scrambled << ": lower-case hexadecimal digits";
         ExpectOnlyWrite(file, before, "Base", password.key, scrambled);
         EXPECT_EQ("Pa55 w0rd!", password.get(icf));
 
@@ -534,7 +534,7 @@ TEST_F(CSetupIcfPasswords, GetSQLExpPWDKeepsToTheCallersBuffer)
     EXPECT_FALSE(icf.GetSQLExpPWD(&buffer[0], 12));
     EXPECT_EQ(std::string(12, '\0') + "####", buffer);
     CSetupIcf none((m_files / "absent.icf").c_str());
-    EXPECT_FALSE(none.GetSQLExpPWD(&buffer[0], 16) || none.GetSQLRemoteSerPWD(&buffer[0], 16));
+    EXPECT_EACH(0, ANSWER(none.GetSQLExpPWD(&buffer[0], 16)), ANSWER(none.GetSQLRemoteSerPWD(&buffer[0], 16)));
 }
 
 TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
@@ -544,7 +544,7 @@ TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
     for (const Password& password : m_passwords)
         ASSERT_TRUE(password.set(icf, "kept"));
     const std::string bytes = ReadFileBytes(file);
-    for (const char* folder : {m_files.path().c_str(), m_library.path().c_str()}) {
+    for (const char* folder : {m_files.path().c_str(), m_dir.path().c_str()}) {
         SCOPED_TRACE(folder == m_files.path() ? "no library" : "the library refuses");
         ASSERT_TRUE(SetCurrentDirectoryA(folder));
         ScopedEnv refuse("DVDCEN_FIXTURE_RESULT", folder == m_files.path() ? nullptr : "13");

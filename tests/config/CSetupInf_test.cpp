@@ -29,12 +29,6 @@ const struct {
     {&CSetupInf::GetSetupProductName, "=Drosvane Backup"},    {&CSetupInf::GetSetupFileName, "=setup.exe"},
 };
 
-std::string CurrentFolder()
-{
-    char folder[MAX_PATH];
-    return std::string(folder, GetCurrentDirectoryA(MAX_PATH, folder));
-}
-
 // The medium is TEMP\media\SETUP.INF. The folder is removed after the current folder moved back.
 class SetupInf : public ::testing::Test {
 protected:
@@ -69,7 +63,8 @@ TEST_F(SetupInf, ReadsTheMediumAndResolvesItsFileNamesFromItsFolder)
     EXPECT_EQ("1135", std::to_string(inf.IsHSMAvailable()) + std::to_string(inf.IsOVGFWAvailable()) +
                           std::to_string(inf.GetProductType()) + std::to_string(inf.GetProductSubType()));
     unsigned short version = 1;
-    EXPECT_TRUE(inf.GetBetaUpgVer(version) && version == 4464) << version << ": 70000 cut to 16 bits";
+    EXPECT_TRUE(inf.GetBetaUpgVer(version));
+    EXPECT_EQ(4464, version) << "70000 cut to 16 bits";
 }
 
 // Build ranges are read from their first nine characters (null: no entry) as result, low, high;
@@ -102,13 +97,14 @@ TEST_F(SetupInf, MissingFileKeepsTheLastResultsAndCopiesKeepTheirFile)
     CSetupInf inf;
     inf.SetDRVsetupINFName(m_file.c_str());
     ExpectTexts(inf);
-    EXPECT_TRUE(inf.IsHSMAvailable() && inf.IsOVGFWAvailable());  // cached for when the file is gone
+    EXPECT_EACH(1, ANSWER(inf.IsHSMAvailable()), ANSWER(inf.IsOVGFWAvailable()));  // cached for when the file is gone
     CSetupInf copy = inf;
 
     inf.SetDRVsetupINFName((m_dir / "gone\\SETUP.INF").c_str());
     Write("Components", "DataMigration", "0");
     ExpectTexts(inf);
-    EXPECT_TRUE(inf.IsHSMAvailable() && inf.IsOVGFWAvailable() && inf.GetProductType() == 0 && inf.GetProductSubType() == 0);
+    EXPECT_EACH(1, ANSWER(inf.IsHSMAvailable()), ANSWER(inf.IsOVGFWAvailable()));
+    EXPECT_EACH(0, ANSWER(inf.GetProductType()), ANSWER(inf.GetProductSubType()));
 
     EXPECT_FALSE(copy.IsHSMAvailable());  // still reads the medium
     CSetupInf moved = std::move(copy);
@@ -150,9 +146,9 @@ TEST_F(SetupInf, OverlongAndNullInputIsCutOrRefused)
                   inf.GetMsiFileName());
 
     int low = 1, high = 1;
-    EXPECT_FALSE(inf.GetUpdateBuildNoRange(nullptr, &low, &high) || inf.GetUpdateBuildNoRange("", &low, &high) ||
-                 inf.GetUpdateBuildNoRange("Update", nullptr, &high));
+    EXPECT_EACH(0, ANSWER(inf.GetUpdateBuildNoRange(nullptr, &low, &high)), ANSWER(inf.GetUpdateBuildNoRange("Update", nullptr, &high)));
     EXPECT_TRUE(inf.SetDRVsetupINFName((std::string(2000, 'p') + "\\SETUP.INF").c_str()));
     unsigned short version = 1;
-    EXPECT_FALSE(inf.GetProductType() || inf.GetBetaUpgVer(version) || version);
+    EXPECT_FALSE(inf.GetBetaUpgVer(version));
+    EXPECT_EQ(0, version);
 }

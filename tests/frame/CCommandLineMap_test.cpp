@@ -1,5 +1,7 @@
 #include "CCommandLineMap.h"
 
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -43,8 +45,8 @@ TEST(CCommandLineMap, QueriesAndDefaults)
     CCommandLineMap map("/a:1 /Log:x setup.exe", '/');
     EXPECT_TRUE(map.GetText(0, CString()));
     EXPECT_FALSE(map.GetText(1, CString()));
-    EXPECT_TRUE(map.GetSwitch('a') && map.GetSwitch("Log"));
-    EXPECT_FALSE(map.GetSwitch('L') || map.GetSwitch("log") || map.GetSwitch(static_cast<const char*>(nullptr)));
+    EXPECT_EACH(1, ANSWER(map.GetSwitch('a')), ANSWER(map.GetSwitch("Log")));
+    EXPECT_EACH(0, ANSWER(map.GetSwitch('L')), ANSWER(map.GetSwitch("log")), ANSWER(map.GetSwitch(static_cast<const char*>(nullptr))));
     CString value("kept");
     EXPECT_TRUE(map.GetSwitch('a', value, "dflt"));
     EXPECT_STREQ("1", value);

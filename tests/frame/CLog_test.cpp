@@ -46,7 +46,7 @@ TEST(CLog, CreatesTheFileAndAddsOneStampedLinePerWrite)
     EXPECT_EQ((std::vector<std::string>{"Install step 3 of 7", "\tFailed to add a user account"}),
               Messages(file, &dates));
     ASSERT_EQ(2u, dates.size());
-    EXPECT_TRUE(dates[0] == before || dates[0] == after) << dates[0];
+    EXPECT_EQ(dates[0] == after ? after : before, dates[0]) << "today's date, before or after midnight";
 }
 
 TEST(CLog, MemberWriteFormatsTheMessageTwice)
@@ -96,7 +96,8 @@ TEST(CLog, ConcurrentWritersInterleaveWholeLines)
     for (PROCESS_INFORMATION& process : processes) {
         DWORD code = 99;
         EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, 120000));
-        EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &code) && code == 0) << "a writer saw failed writes";
+        EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &code));
+        EXPECT_EQ(0u, code) << "a writer saw failed writes";
         CloseHandle(process.hThread);
         CloseHandle(process.hProcess);
     }

@@ -5,9 +5,9 @@
 //
 //     UINT WINAPI FakeGetDriveTypeA(LPCSTR root) { ... }   // plain WINAPI function
 //     SETUPCLS_HOOK_IMPORT(hook, "KERNEL32.dll", GetDriveTypeA, FakeGetDriveTypeA);
-//     ASSERT_TRUE(hook.installed());
 //
-// The macro checks at compile time that the stub has the Windows function's exact type.
+// The macro checks at compile time that the stub has the Windows function's exact type, and
+// ends the test (a fatal failure naming the function) when the import cannot be hooked.
 //
 // Suites that use it carry "Intercepted" in their name. The machine's disks and Windows version
 // are shown this way now; the service manager's failure actions and access lists, the local
@@ -17,6 +17,8 @@
 #pragma once
 
 #include <windows.h>
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <type_traits>
@@ -40,7 +42,8 @@ private:
 
 }  // namespace testsupport
 
-#define SETUPCLS_HOOK_IMPORT(var, dll, function, replacement)                                     \
+#define SETUPCLS_HOOK_IMPORT(var, dll, function, replacement)                                      \
     static_assert(std::is_same<decltype(&::function), decltype(&replacement)>::value,              \
-                  #replacement " must have the type of " #function);                              \
-    ::testsupport::ImportHook var{dll, #function, reinterpret_cast<void*>(&replacement)}
+                  #replacement " must have the type of " #function);                               \
+    ::testsupport::ImportHook var{dll, #function, reinterpret_cast<void*>(&replacement)};          \
+    ASSERT_TRUE(var.installed()) << #function " is not hooked"

@@ -53,11 +53,18 @@ ScopedEnv::~ScopedEnv()
     SetEnvironmentVariableA(m_name.c_str(), m_hadOld ? m_old.c_str() : nullptr);
 }
 
-ScopedCurrentDir::ScopedCurrentDir()
+std::string CurrentFolder()
 {
-    char buffer[MAX_PATH] = {};
-    GetCurrentDirectoryA(MAX_PATH, buffer);
-    m_old = buffer;
+    char folder[MAX_PATH] = {};
+    GetCurrentDirectoryA(MAX_PATH, folder);
+    return folder;
+}
+
+std::string EnvText(const char* name)
+{
+    char text[MAX_PATH] = {};
+    GetEnvironmentVariableA(name, text, sizeof(text));
+    return text;
 }
 
 std::string ReadFileBytes(const std::string& path)

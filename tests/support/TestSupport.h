@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace testsupport {
@@ -16,6 +18,8 @@ struct NoCopy {
 
 std::string ExeDir();                        // folder of the running program, with a back-slash
 std::string FixturePath(const char* name);  // <ExeDir>fixtures\<name>
+std::string CurrentFolder();                 // without a trailing back-slash
+std::string EnvText(const char* name);       // the variable's text, "" when it is not set
 
 // A fresh folder under %TEMP% named after the running test; removed with all its content.
 class TempDir : NoCopy {
@@ -43,7 +47,7 @@ private:
 // Restores the process's current folder at scope exit (the library moves it on purpose).
 class ScopedCurrentDir : NoCopy {
 public:
-    ScopedCurrentDir();
+    ScopedCurrentDir() : m_old(CurrentFolder()) {}
     ~ScopedCurrentDir() { SetCurrentDirectoryA(m_old.c_str()); }
 
 private:
@@ -60,4 +64,32 @@ void RemoveTree(const std::string& path);  // read-only files included
 long RunProgram(const std::string& commandLine, DWORD timeoutMs = 60000);
 long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs = 60000);
 
+// A fresh current folder holding the scrambling library DVDCEN.DLL, where SetupCLS.dll finds it
+// (the test program's folder and its parent hold no SETUP.INF, and the parent, tried first then,
+// holds no DVDCEN.DLL); no trace file is named.
+class ScramblerTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(CopyFixture("DVDCEN.DLL", m_dir / "DVDCEN.DLL"));
+        ASSERT_TRUE(SetCurrentDirectoryA(m_dir.path().c_str()));
+    }
+    TempDir m_dir;
+    ScopedCurrentDir m_keepFolder;  // moves back before the folder goes
+    ScopedEnv m_noTrace{"DVSET_TRACEFILE", nullptr};
+};
+
+// A call's source text and its answer. EXPECT_EACH checks each answer of a list, the calls made
+// in list order, against one value on its own, so that a failure names the call:
+//     EXPECT_EACH(0, ANSWER(icf.GetInt(nullptr, "Key", &value)), ANSWER(icf.GetInt("", "Key", &value)));
+struct Answer {
+    const char* call;
+    long long value;
+};
+
 }  // namespace testsupport
+
+#define ANSWER(call) ::testsupport::Answer{#call, static_cast<long long>(call)}
+#define EXPECT_EACH(expected, ...)                                                                 \
+    for (const ::testsupport::Answer& answer_ : {__VA_ARGS__})                                     \
+    EXPECT_EQ(expected, answer_.value) << answer_.call
