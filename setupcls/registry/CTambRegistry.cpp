@@ -64,6 +64,39 @@ const int kWritingProductTypes[] = {105, 133};
 // Product sub type 2 is the enterprise edition.
 const int kEnterpriseSubType = 2;
 
+// A step of Write answers 1 when done, 0 when it failed, or this when the build does not carry
+// the registration (it is traced and counts as done, so the installation goes on without it).
+const int kNotWrittenByThisBuild = -1;
+
+// Which installations a step of Write belongs to.
+enum class StepScope {
+    UnlessCopyOnly,  // not when the settings only copy files
+    Always,
+    ServerOnly,      // only when the settings install the server
+};
+
+// One step of Write: its name in the trace file, the member that performs it, and where it
+// applies.
+struct WriteStep {
+    const char* name;
+    int (CTambRegistry::*perform)();
+    StepScope scope;
+};
+
+// Every step's outcome reaches the trace file here, the same way for each: nothing for a step
+// done, a line for a failed one and for one that this build does not carry. True when the step
+// counts as done.
+bool StepDone(const CSettings& settings, const char* step, int outcome)
+{
+    if (outcome == kNotWrittenByThisBuild) {
+        CLog::Write(settings.LogFile(), "\t%s: not written by this build", step);
+        return true;
+    }
+    if (!outcome)
+        CLog::Write(settings.LogFile(), "\t%s failed", step);
+    return outcome != 0;
+}
+
 }  // namespace
 
 // The remote registry root and the machine it belongs to. The last copy of the object that
@@ -132,9 +165,8 @@ void CTambRegistry::LoadRootStrings()
     ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
     if (!qwtool)
         Trace("%s", "\tLoad QWTOOL.DLL fail");
-    m_sTamberlyKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetBrandNameStringA"), "SOFTWARE\\Brannoch");
-    m_sDrosvaneKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegRootStringA"),
-                               "SOFTWARE\\Brannoch\\BN Drosvane Backup");
+    m_sTamberlyKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetBrandNameStringA"), m_sOldDrosvaneMakerKey);
+    m_sDrosvaneKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegRootStringA"), m_sZORKey);
     m_sDrosvaneBaseKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegBaseStringA"), m_sDrosvaneKey + "\\Base");
     m_sProductsKey = m_sDrosvaneKey + "\\Products";
 }
@@ -214,62 +246,44 @@ int CTambRegistry::Write()
     if (std::find(std::begin(kWritingProductTypes), std::end(kWritingProductTypes), type) == std::end(kWritingProductTypes))
         return 1;
 
-    // Every step runs; one failure makes the result 0.
-    int result = 1;
-    auto step = [&result](int done) {
-        if (!done)
-            result = 0;
+    // The steps in the order they run; a registration that Write makes is one row here.
+    static const WriteStep steps[] = {
+        {"Registered user", &CTambRegistry::SetDrosvaneUser, StepScope::UnlessCopyOnly},
+        {"Registered company", &CTambRegistry::SetDrosvaneCompany, StepScope::UnlessCopyOnly},
+        {"Home directory", &CTambRegistry::SetDrosvaneHomeDir, StepScope::UnlessCopyOnly},
+        {"Log directory", &CTambRegistry::SetDrosvaneLogDir, StepScope::UnlessCopyOnly},
+        {"Temporary directory", &CTambRegistry::SetDrosvaneTempDir, StepScope::UnlessCopyOnly},
+        {"Environment variables LNNAME and RNNAME", &CTambRegistry::WriteEnvironmentVariables, StepScope::Always},
+        {"Component flag MANAGER", &CTambRegistry::SetDrosvaneManager, StepScope::Always},
+        {"Component flag SERVER", &CTambRegistry::SetDrosvaneServer, StepScope::Always},
+        {"Component flag ADMIN", &CTambRegistry::SetDrosvaneAdmin, StepScope::Always},
+        {"Installed products entry", &CTambRegistry::SetBNITProduct, StepScope::Always},
+        {"Database directory", &CTambRegistry::SetDrosvaneDBDir, StepScope::ServerOnly},
+        {"Database type", &CTambRegistry::SetDrosvaneDatabase, StepScope::ServerOnly},
+        {"Shell extension", &CTambRegistry::WriteShellExtension, StepScope::ServerOnly},
+        {"SNMP agent key", &CTambRegistry::WriteSNMPKey, StepScope::ServerOnly},
     };
-    if (!m_settings.IsCopyOnlyMode()) {
-        step(SetDrosvaneUser());
-        step(SetDrosvaneCompany());
-        step(SetDrosvaneHomeDir());
-        step(SetDrosvaneLogDir());
-        step(SetDrosvaneTempDir());
-    }
-    step(WriteEnvironmentVariables());
-    step(SetDrosvaneManager());
-    step(SetDrosvaneServer());
-    step(SetDrosvaneAdmin());
-    step(SetBNITProduct());
-    if (m_settings.InstallServer()) {
-        step(SetDrosvaneDBDir());
-        step(SetDrosvaneDatabase());
-        step(WriteShellExtension());
-        step(WriteSNMPKey());
+
+    // Every step that applies runs; one failure makes the result 0.
+    int result = 1;
+    for (const WriteStep& step : steps) {
+        const bool applies = step.scope == StepScope::Always
+                             || (step.scope == StepScope::UnlessCopyOnly && !m_settings.IsCopyOnlyMode())
+                             || (step.scope == StepScope::ServerOnly && m_settings.InstallServer());
+        if (applies && !StepDone(m_settings, step.name, (this->*step.perform)()))
+            result = 0;
     }
     return result;
 }
 
 // ---- Registrations of other kinds that Write reaches. This build of the library does not
-// carry them: each step says so in the trace file and does not fail the installation for it.
-// ----
+// carry them: each answers kNotWrittenByThisBuild, which the trace file records under the
+// step's name, and does not fail the installation for it. ----
 
-int CTambRegistry::NotWrittenByThisBuild(const char* step) const
-{
-    Trace("\t%s: not written by this build", step);
-    return 1;
-}
-
-int CTambRegistry::WriteEnvironmentVariables()
-{
-    return NotWrittenByThisBuild("Environment variables LNNAME and RNNAME");
-}
-
-int CTambRegistry::WriteCatalogPathVariable()
-{
-    return NotWrittenByThisBuild("Environment variable CATPATH");
-}
-
-int CTambRegistry::WriteShellExtension()
-{
-    return NotWrittenByThisBuild("Shell extension");
-}
-
-int CTambRegistry::WriteSNMPKey()
-{
-    return NotWrittenByThisBuild("SNMP agent key");
-}
+int CTambRegistry::WriteEnvironmentVariables() { return kNotWrittenByThisBuild; }
+int CTambRegistry::WriteCatalogPathVariable() { return kNotWrittenByThisBuild; }
+int CTambRegistry::WriteShellExtension() { return kNotWrittenByThisBuild; }
+int CTambRegistry::WriteSNMPKey() { return kNotWrittenByThisBuild; }
 
 // ---- Object setters. ----
 
@@ -337,7 +351,7 @@ int CTambRegistry::SetDrosvaneDatabase()
     if (!MayWrite())
         return 0;
     int written = SetDrosvaneDatabase(m_settings.InstallDBType());
-    int variable = WriteCatalogPathVariable();
+    bool variable = StepDone(m_settings, "Environment variable CATPATH", WriteCatalogPathVariable());
     return written && variable ? 1 : 0;
 }
 

@@ -5,15 +5,72 @@
 #include "PathRules.h"
 #include "registry/RegistryAccess.h"
 
-// ---- Root strings, as they stand until a construction asks QWTOOL.DLL. ----
-CString CTambRegistry::m_sTamberlyKey = "SOFTWARE\\Brannoch";
-CString CTambRegistry::m_sDrosvaneKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup";
-CString CTambRegistry::m_sDrosvaneBaseKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Base";
-CString CTambRegistry::m_sProductsKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Products";
-CString CTambRegistry::m_sAgentKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\ClientAgent\\Common";
-CString CTambRegistry::m_sDrosvane = "BN Drosvane Backup";
-CString CTambRegistry::m_sQuellmarshProdKey = "BN Drosvane Backup";
-CString CTambRegistry::m_sProductDrosvane = "QuellmarshAB";
+namespace {
+
+// The product's record names of the two editions, which the key generations share.
+constexpr char kEditionAB[] = "QuellmarshAB";
+constexpr char kEditionEB[] = "QuellmarshEB";
+
+// One key generation of the product: its root key, the keys below it that the readers look in,
+// and the name its product record went by. Every generation but the oldest keeps its Base and
+// Products keys and its client agent ("ClientAgent\Common") under its root; the enterprise
+// product of the earlier naming had no client agent key (null).
+struct Generation {
+    const char* root;
+    const char* base;
+    const char* products;
+    const char* agent;
+    const char* record;
+};
+
+enum GenerationRow { kIT, kOldest, kEnterprise, k115, kFixedCurrent, kEarlierEnterprise, kGenerationRows };
+
+// The one place the generations' texts are written. The rows stand in the order in which the
+// DATABASE, LOG and TEMP directories, the registered user and the client agent are looked for
+// after the product's own keys; the other lists name their rows (below).
+constexpr Generation kGenerations[] = {
+    /* kIT */ {"SOFTWARE\\Brannoch\\DrosvaneIT", "SOFTWARE\\Brannoch\\DrosvaneIT\\Base",
+               "SOFTWARE\\Brannoch\\DrosvaneIT\\Products", "SOFTWARE\\Brannoch\\DrosvaneIT\\ClientAgent\\Common",
+               "Drosvane"},
+    /* kOldest */ {"SOFTWARE\\Tamberly\\Drosvane", "SOFTWARE\\Tamberly\\Drosvane\\CurrentVersion",
+                   "SOFTWARE\\Tamberly\\Products", "SOFTWARE\\Tamberly\\DrosvaneAgent\\CurrentVersion\\Common",
+                   "Omnivale125Backup"},
+    /* kEnterprise */ {"SOFTWARE\\Brannoch\\Kestrix", "SOFTWARE\\Brannoch\\Kestrix\\Base",
+                       "SOFTWARE\\Brannoch\\Kestrix\\Products", "SOFTWARE\\Brannoch\\Kestrix\\ClientAgent\\Common",
+                       kEditionEB},
+    /* k115 */ {"SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup", "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\Base",
+                "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\Products",
+                "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\ClientAgent\\Common", kEditionAB},
+    /* kFixedCurrent */ {"SOFTWARE\\Brannoch\\BN Drosvane Backup", "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Base",
+                         "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Products",
+                         "SOFTWARE\\Brannoch\\BN Drosvane Backup\\ClientAgent\\Common", kEditionAB},
+    /* kEarlierEnterprise */ {"SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup",
+                              "SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup\\Base",
+                              "SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup\\Products", nullptr, kEditionEB},
+};
+static_assert(sizeof(kGenerations) / sizeof(kGenerations[0]) == kGenerationRows, "a row for every generation");
+
+// HOME is looked for in an order of its own: the 11.5 generation comes first and the IT,
+// oldest and enterprise ones after it, where DATABASE, LOG and TEMP have the 11.5 generation
+// after the enterprise one. Upgrades depend on both orders as they are.
+constexpr GenerationRow kHomeOrder[] = {k115, kIT, kOldest, kEnterprise, kFixedCurrent, kEarlierEnterprise};
+
+// Product records follow HOME's order but skip the fixed current generation: its Products key
+// is the product's own one unless the account tool library names another root.
+constexpr GenerationRow kRecordOrder[] = {k115, kIT, kOldest, kEnterprise, kEarlierEnterprise};
+
+}  // namespace
+
+// ---- Root strings, as they stand until a construction asks QWTOOL.DLL: the fixed current
+// generation's texts. ----
+CString CTambRegistry::m_sTamberlyKey = m_sOldDrosvaneMakerKey;
+CString CTambRegistry::m_sDrosvaneKey = kGenerations[kFixedCurrent].root;
+CString CTambRegistry::m_sDrosvaneBaseKey = kGenerations[kFixedCurrent].base;
+CString CTambRegistry::m_sProductsKey = kGenerations[kFixedCurrent].products;
+CString CTambRegistry::m_sAgentKey = kGenerations[kFixedCurrent].agent;
+CString CTambRegistry::m_sDrosvane = m_sZORRootKey;
+CString CTambRegistry::m_sQuellmarshProdKey = m_sZORRootKey;
+CString CTambRegistry::m_sProductDrosvane = kEditionAB;
 
 // ---- Sub keys and value names. ----
 const char* const CTambRegistry::m_sPathSubKey = "\\Path";
@@ -48,42 +105,28 @@ const char* const CTambRegistry::m_sMicrosoftKey = "SOFTWARE\\Microsoft\\Windows
 const char* const CTambRegistry::m_sRegisteredOwner = "RegisteredOwner";
 const char* const CTambRegistry::m_sRegisteredOrganization = "RegisteredOrganization";
 
-// ---- Key generations. Every generation keeps its client agent at "<root>\ClientAgent\Common",
-// as the current one does, except the oldest, which had a key of its own. ----
-const char* const CTambRegistry::m_sZOR115Key = "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup";
-const char* const CTambRegistry::m_sZOR115BaseKey = "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\Base";
-const char* const CTambRegistry::m_sZOR115ProductsKey = "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\Products";
-const char* const CTambRegistry::m_sZOR115AgentKey = "SOFTWARE\\Brannoch\\Quellmarsh Drosvane Backup\\ClientAgent\\Common";
-const char* const CTambRegistry::m_sProductZOR115 = "QuellmarshAB";
+// ---- Key generations, from the table above. ----
+#define SETUPCLS_GENERATION(row, Root, Base, Products, Agent, Record)              \
+    const char* const CTambRegistry::Root = kGenerations[row].root;             \
+    const char* const CTambRegistry::Base = kGenerations[row].base;             \
+    const char* const CTambRegistry::Products = kGenerations[row].products;     \
+    const char* const CTambRegistry::Agent = kGenerations[row].agent;           \
+    const char* const CTambRegistry::Record = kGenerations[row].record;
 
-const char* const CTambRegistry::m_sZORKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup";
-const char* const CTambRegistry::m_sZORBaseKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Base";
-const char* const CTambRegistry::m_sZORProductsKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\Products";
-const char* const CTambRegistry::m_sZORAgentKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup\\ClientAgent\\Common";
-const char* const CTambRegistry::m_sProductZOR = "QuellmarshAB";
+SETUPCLS_GENERATION(k115, m_sZOR115Key, m_sZOR115BaseKey, m_sZOR115ProductsKey, m_sZOR115AgentKey, m_sProductZOR115)
+SETUPCLS_GENERATION(kFixedCurrent, m_sZORKey, m_sZORBaseKey, m_sZORProductsKey, m_sZORAgentKey, m_sProductZOR)
+SETUPCLS_GENERATION(kEnterprise, m_sZULKey, m_sZULBaseKey, m_sZULProductsKey, m_sZULAgentKey, m_sProductZUL)
+SETUPCLS_GENERATION(kIT, m_sOldDrosvaneITKey, m_sOldDrosvaneBaseKeyDrosvane, m_sOldDrosvaneITProductsKey,
+                    m_sOldDrosvaneITAgentKey, m_sProductDrosvaneOld)
+SETUPCLS_GENERATION(kOldest, m_sOldDrosvaneKey, m_sOldDrosvaneBaseKey, m_sOldProductsKey, m_sOldAgentKey,
+                    m_sProductOmnivale125)
 
-const char* const CTambRegistry::m_sZULKey = "SOFTWARE\\Brannoch\\Kestrix";
-const char* const CTambRegistry::m_sZULBaseKey = "SOFTWARE\\Brannoch\\Kestrix\\Base";
-const char* const CTambRegistry::m_sZULProductsKey = "SOFTWARE\\Brannoch\\Kestrix\\Products";
-const char* const CTambRegistry::m_sZULAgentKey = "SOFTWARE\\Brannoch\\Kestrix\\ClientAgent\\Common";
-const char* const CTambRegistry::m_sProductZUL = "QuellmarshEB";
+#undef SETUPCLS_GENERATION
 
-const char* const CTambRegistry::m_sOldDrosvaneITKey = "SOFTWARE\\Brannoch\\DrosvaneIT";
-const char* const CTambRegistry::m_sOldDrosvaneBaseKeyDrosvane = "SOFTWARE\\Brannoch\\DrosvaneIT\\Base";
-const char* const CTambRegistry::m_sOldDrosvaneITProductsKey = "SOFTWARE\\Brannoch\\DrosvaneIT\\Products";
-const char* const CTambRegistry::m_sOldDrosvaneITAgentKey = "SOFTWARE\\Brannoch\\DrosvaneIT\\ClientAgent\\Common";
-const char* const CTambRegistry::m_sProductDrosvaneOld = "Drosvane";
-
-const char* const CTambRegistry::m_sOldDrosvaneKey = "SOFTWARE\\Tamberly\\Drosvane";
-const char* const CTambRegistry::m_sOldDrosvaneBaseKey = "SOFTWARE\\Tamberly\\Drosvane\\CurrentVersion";
-const char* const CTambRegistry::m_sOldProductsKey = "SOFTWARE\\Tamberly\\Products";
-const char* const CTambRegistry::m_sOldAgentKey = "SOFTWARE\\Tamberly\\DrosvaneAgent\\CurrentVersion\\Common";
-const char* const CTambRegistry::m_sProductOmnivale125 = "Omnivale125Backup";
 const char* const CTambRegistry::m_sOldDSAgentProductsKey = "SOFTWARE\\Tamberly\\DSAgent\\CurrentVersion\\Products";
-
-const char* const CTambRegistry::m_sQuellmarshEnterpriseKey = "SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup";
-const char* const CTambRegistry::m_sQuellmarshEnterpriseBaseKey = "SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup\\Base";
-const char* const CTambRegistry::m_sQuellmarshEnterpriseProductsKey = "SOFTWARE\\Brannoch\\Quellmarsh Enterprise Backup\\Products";
+const char* const CTambRegistry::m_sQuellmarshEnterpriseKey = kGenerations[kEarlierEnterprise].root;
+const char* const CTambRegistry::m_sQuellmarshEnterpriseBaseKey = kGenerations[kEarlierEnterprise].base;
+const char* const CTambRegistry::m_sQuellmarshEnterpriseProductsKey = kGenerations[kEarlierEnterprise].products;
 
 const char* const CTambRegistry::m_sPatchManagerProductsKey = "SOFTWARE\\Brannoch\\BN Drosvane Backup Patch Manager\\Products";
 const char* const CTambRegistry::m_sPatchManagerProduct = "PM";
@@ -100,8 +143,8 @@ const char* const CTambRegistry::m_sDrosvaneOld = "DrosvaneIT";
 const char* const CTambRegistry::m_sOldTamberlyKey = "SOFTWARE\\Tamberly";
 const char* const CTambRegistry::m_sOldDrosvaneMakerKey = "SOFTWARE\\Brannoch";
 
-const char* const CTambRegistry::m_sEditionAB = "QuellmarshAB";
-const char* const CTambRegistry::m_sEditionEB = "QuellmarshEB";
+const char* const CTambRegistry::m_sEditionAB = kEditionAB;
+const char* const CTambRegistry::m_sEditionEB = kEditionEB;
 
 // ---- Registration. Uninstall and SharedDLLs are Windows' own keys below SOFTWARE: the library
 // reaches their 32-bit view (SOFTWARE\Wow6432Node\... on a 64-bit system) in both of its
@@ -154,53 +197,53 @@ CString Join(const char* key, const char* subKey)
     return CString(key) + subKey;
 }
 
+namespace {
+
+// The named rows' keys of one column, joined with subKey.
+template <size_t N>
+void AddRows(KeyList& keys, const GenerationRow (&rows)[N], const char* Generation::*column, const char* subKey)
+{
+    for (GenerationRow row : rows)
+        keys.push_back(Join(kGenerations[row].*column, subKey));
+}
+
+}  // namespace
+
+// The product's own Base key, the generations in HOME's order, then the 32-bit view of the
+// product's Base key.
 KeyList HomeDirKeys()
 {
     using R = CTambRegistry;
-    return {
-        Join(R::m_sDrosvaneBaseKey, R::m_sPathSubKey),
-        Join(R::m_sZOR115BaseKey, R::m_sPathSubKey),
-        Join(R::m_sOldDrosvaneBaseKeyDrosvane, R::m_sPathSubKey),
-        Join(R::m_sOldDrosvaneBaseKey, R::m_sPathSubKey),
-        Join(R::m_sZULBaseKey, R::m_sPathSubKey),
-        Join(R::m_sZORBaseKey, R::m_sPathSubKey),
-        Join(R::m_sQuellmarshEnterpriseBaseKey, R::m_sPathSubKey),
-        R::Wow6432Node(Join(R::m_sDrosvaneBaseKey, R::m_sPathSubKey)),
-    };
+    KeyList keys{Join(R::m_sDrosvaneBaseKey, R::m_sPathSubKey)};
+    AddRows(keys, kHomeOrder, &Generation::base, R::m_sPathSubKey);
+    keys.push_back(R::Wow6432Node(keys.front()));
+    return keys;
 }
 
-// Not the home directory's order: the IT and oldest generations come before the enterprise and
-// 11.5 ones here, and the 32-bit view is not tried. Upgrades depend on both orders as they are.
+// Not the home directory's order (see kHomeOrder), and the 32-bit view is not tried.
 KeyList DirectoryKeys()
 {
     return BaseKeys(CTambRegistry::m_sPathSubKey);
 }
 
+// The product's own Base key, then every generation's in the table's order.
 KeyList BaseKeys(const char* subKey)
 {
-    using R = CTambRegistry;
-    return {
-        Join(R::m_sDrosvaneBaseKey, subKey),
-        Join(R::m_sOldDrosvaneBaseKeyDrosvane, subKey),
-        Join(R::m_sOldDrosvaneBaseKey, subKey),
-        Join(R::m_sZULBaseKey, subKey),
-        Join(R::m_sZOR115BaseKey, subKey),
-        Join(R::m_sZORBaseKey, subKey),
-        Join(R::m_sQuellmarshEnterpriseBaseKey, subKey),
-    };
+    KeyList keys{Join(CTambRegistry::m_sDrosvaneBaseKey, subKey)};
+    for (const Generation& generation : kGenerations)
+        keys.push_back(Join(generation.base, subKey));
+    return keys;
 }
 
+// The product's own agent key, then every generation's that has one, in the table's order.
 KeyList AgentKeys()
 {
-    using R = CTambRegistry;
-    return {
-        R::m_sAgentKey,
-        R::m_sOldDrosvaneITAgentKey,
-        R::m_sOldAgentKey,
-        R::m_sZULAgentKey,
-        R::m_sZOR115AgentKey,
-        R::m_sZORAgentKey,
-    };
+    KeyList keys{CTambRegistry::m_sAgentKey};
+    for (const Generation& generation : kGenerations) {
+        if (generation.agent)
+            keys.push_back(generation.agent);
+    }
+    return keys;
 }
 
 KeyList AlertPathKeys()
@@ -221,36 +264,29 @@ KeyList WindowsOwnerKeys()
 
 KeyList LocalHomeKeys()
 {
-    using R = CTambRegistry;
-    CString path = Join(R::m_sZORBaseKey, R::m_sPathSubKey);
-    return {path, R::Wow6432Node(path)};
+    CString path = Join(kGenerations[kFixedCurrent].base, CTambRegistry::m_sPathSubKey);
+    return {path, CTambRegistry::Wow6432Node(path)};
 }
 
-// Each generation under the name its product used there; the IT generation named its record
-// after the product itself.
+// The product's own record, then each generation's under the name its product used there.
 RecordList ProductRecordPlaces()
 {
-    using R = CTambRegistry;
-    return {
-        {R::m_sProductsKey, R::m_sProductDrosvane},
-        {R::m_sZOR115ProductsKey, R::m_sProductZOR115},
-        {R::m_sOldDrosvaneITProductsKey, R::m_sProductDrosvaneOld},
-        {R::m_sOldProductsKey, R::m_sProductOmnivale125},
-        {R::m_sZULProductsKey, R::m_sProductZUL},
-        {R::m_sQuellmarshEnterpriseProductsKey, R::m_sProductZUL},
-    };
+    RecordList places{{CTambRegistry::m_sProductsKey, CTambRegistry::m_sProductDrosvane}};
+    for (GenerationRow row : kRecordOrder)
+        places.push_back({kGenerations[row].products, kGenerations[row].record});
+    return places;
 }
 
+// The product's own Products key, the generations' in the records' order, then the oldest
+// client agent's Products key; the patch manager's record only under its own key.
 RecordList NamedRecordPlaces(const char* name)
 {
     using R = CTambRegistry;
-    KeyList keys;
     if (CString(name) == R::m_sPatchManagerProduct)
-        keys = {R::m_sPatchManagerProductsKey};
-    else
-        keys = {R::m_sProductsKey,   R::m_sZOR115ProductsKey, R::m_sOldDrosvaneITProductsKey,
-                R::m_sOldProductsKey, R::m_sZULProductsKey,    R::m_sQuellmarshEnterpriseProductsKey,
-                R::m_sOldDSAgentProductsKey};
+        return RecordPlacesIn({R::m_sPatchManagerProductsKey}, name);
+    KeyList keys{R::m_sProductsKey};
+    AddRows(keys, kRecordOrder, &Generation::products, "");
+    keys.push_back(R::m_sOldDSAgentProductsKey);
     return RecordPlacesIn(keys, name);
 }
 
