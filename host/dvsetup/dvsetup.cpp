@@ -13,7 +13,7 @@
 #include "Report.h"
 
 #include "SetupCLS.h"
-#include "frame/Handles.h"
+#include "Handles.h"
 
 #include <cstdio>
 #include <cstring>

@@ -18,14 +18,14 @@
 #include "CSetupInf.h"
 #include "CTambRegistry.h"
 #include "PathRules.h"
-#include "frame/Handles.h"
-#include "frame/ModulePath.h"
-#include "frame/ProductLibrary.h"
-#include "frame/ProfileFile.h"
-#include "frame/ScopedCurrentDirectory.h"
-#include "registry/RegistryAccess.h"
+#include "Failure.h"
+#include "Handles.h"
+#include "ModulePath.h"
+#include "ProductLibrary.h"
+#include "ProfileFile.h"
+#include "RegistryView.h"
+#include "ScopedCurrentDirectory.h"
 
-#include <cstdarg>
 #include <cstddef>
 
 namespace {
@@ -65,29 +65,19 @@ const char kHostFileFormat[] = "%sHOST.INI";
 const char kHostServerSection[] = "HostServer";
 const char kHostServerKey[] = "HostServer";
 
-// One failure line, TAB-led, in the log file.
-void LogFailure(const CLog& log, const char* format, ...)
-{
-    CString message;
-    va_list args;
-    va_start(args, format);
-    message.FormatV(format, args);
-    va_end(args);
-    CLog::Write(log.File(), "\t%s", message.GetString());
-}
-
 // ---- Step 2. ----
 
 bool AskProductMap(int productType, CString& product, const CLog& log)
 {
     ProductLibrary library = ProductLibrary::ByName(kProductMapLibrary);
     if (!library) {
-        LogFailure(log, "Load %s failed (%lu)", kProductMapLibrary, library.Error());
+        SETUPCLS_TRACE_FAILURE(log.File(), library.Error(), "LoadLibrary %s", kProductMapLibrary);
         return false;
     }
     auto ask = library.Entry<ProductMapExport>(kProductMapExport);
     if (!ask) {
-        LogFailure(log, "%s has no %s", kProductMapLibrary, kProductMapExport);
+        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_PROC_NOT_FOUND, "GetProcAddress %s %s", kProductMapLibrary,
+                               kProductMapExport);
         return false;
     }
     tagProductMapInfo info = {};
@@ -97,7 +87,7 @@ bool AskProductMap(int productType, CString& product, const CLog& log)
         name = info.szProductName;
     }
     if (name.IsEmpty()) {
-        LogFailure(log, "%s names no product of type %d", kProductMapExport, productType);
+        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_NOT_FOUND, "%s of product type %d", kProductMapExport, productType);
         return false;
     }
     product = name;
@@ -133,17 +123,12 @@ CString DefaultProductFolder()
     char programs[MAX_PATH + 1];
     unsigned long size = sizeof(programs);
     CString folder;
-    if (registry::ReadTextFromKeys(nullptr, {kWindowsCurrentVersionKey}, kProgramFilesDir, programs, size))
+    if (regview::ReadText(HKEY_LOCAL_MACHINE, kWindowsCurrentVersionKey, kProgramFilesDir, programs, size) == ERROR_SUCCESS)
         folder = programs;
     else
         folder.Format("%c:\\Program Files", CComputer::FindFirstHardDrive());
-    const CString& makerKey = CTambRegistry::m_sTamberlyKey;
-    int split = makerKey.GetLength();
-    while (split > 0 && !IsRealBackSlash(makerKey, split - 1))  // a double-byte name stays whole
-        --split;
-    CString maker = makerKey.Mid(split);
     AppendBackSlash(folder);
-    folder += maker + "\\" + CTambRegistry::m_sDrosvane;
+    folder += regview::LastKeyName(CTambRegistry::m_sTamberlyKey) + "\\" + CTambRegistry::m_sDrosvane;
     AppendBackSlash(folder);
     return folder;
 }
@@ -166,7 +151,7 @@ bool ProbeRegisteredOwner(CSettings& settings, const CLog& log)
     else
         found = false;
     if (!found)
-        LogFailure(log, "Registered owner or organisation of Windows not found");
+        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_FILE_NOT_FOUND, "Registered owner and organisation of Windows");
     return found;
 }
 
@@ -201,8 +186,9 @@ void ProbeAlert(CSettings& settings)
 
     char current[MAX_PATH + 1];
     unsigned long size = sizeof(current);
-    CString currentKey = registry::Join(CTambRegistry::m_sAlertKey, CTambRegistry::m_sPathSubKey);
-    settings.NewAlertExists(registry::ReadTextFromKeys(nullptr, {currentKey}, CTambRegistry::m_sHome, current, size) &&
+    CString currentKey = CString(CTambRegistry::m_sAlertKey) + CTambRegistry::m_sPathSubKey;
+    settings.NewAlertExists(regview::ReadText(HKEY_LOCAL_MACHINE, currentKey, CTambRegistry::m_sHome, current, size)
+                                == ERROR_SUCCESS &&
                             !ExistingFolder(current).IsEmpty());
 }
 
@@ -271,7 +257,7 @@ bool ReadMedium(CSettings& settings, const CString& medium, const CLog& log)
     CString path = medium + CSetupInf::m_sDefaultFilename;
     bool found = CComputer::PathExists(path) != 0;
     if (!found)
-        LogFailure(log, "%s not found", path.GetString());
+        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_FILE_NOT_FOUND, "%s", path.GetString());
     CSetupInf inf;
     inf.SetDRVsetupINFName(path);
     settings.ProductSubType(inf.GetProductSubType());
@@ -283,7 +269,8 @@ bool ReadMedium(CSettings& settings, const CString& medium, const CLog& log)
     AdjustToSubType(settings);
 
     if (!callersFolder.Restore()) {
-        LogFailure(log, "Current folder not restored after reading %s (%lu)", path.GetString(), GetLastError());
+        SETUPCLS_TRACE_FAILURE(log.File(), failure::StatusOf(FALSE), "Return to the current folder after %s",
+                               path.GetString());
         return false;
     }
     return found;
@@ -350,7 +337,7 @@ int CSettings::Initialize()
     bool ok = true;
     bool answers = m_batchOperation && icf.Exists();
     if (m_batchOperation && !answers) {
-        LogFailure(log, "Answer file %s not found", m_batchFile.GetString());
+        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_FILE_NOT_FOUND, "Answer file %s", m_batchFile.GetString());
         ok = false;
     }
 

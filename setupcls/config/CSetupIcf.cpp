@@ -2,9 +2,9 @@
 
 #include "CComputer.h"
 #include "DvSetScramble.h"
-#include "config/CSetupIcfKeys.h"
-#include "frame/ModulePath.h"
-#include "frame/ProfileFile.h"
+#include "CSetupIcfKeys.h"
+#include "ModulePath.h"
+#include "ProfileFile.h"
 
 #include <io.h>
 

@@ -1,6 +1,6 @@
 // The tables of SETUP.ICF. Every entry names its own id; the checks at the end of the file
 // make sure each table lists its ids in order, so an entry can never answer for another.
-#include "config/CSetupIcfKeys.h"
+#include "CSetupIcfKeys.h"
 
 namespace icf {
 

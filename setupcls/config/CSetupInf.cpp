@@ -1,8 +1,8 @@
 #include "CSetupInf.h"
 
-#include "frame/ModulePath.h"
-#include "frame/ProfileFile.h"
-#include "frame/SetupInfNames.h"
+#include "ModulePath.h"
+#include "ProfileFile.h"
+#include "SetupInfNames.h"
 
 #include <io.h>
 

@@ -1,6 +1,6 @@
 #include "CLog.h"
 
-#include "frame/Handles.h"
+#include "Handles.h"
 
 #include <cstdio>
 #include <ctime>

@@ -1,6 +1,6 @@
-#include "frame/ModulePath.h"
+#include "ModulePath.h"
 
-#include "frame/TextRules.h"
+#include "TextRules.h"
 
 #include <cstdlib>
 

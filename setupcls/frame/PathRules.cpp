@@ -1,6 +1,6 @@
 #include "PathRules.h"
 
-#include "frame/TextRules.h"
+#include "TextRules.h"
 
 bool IsRealBackSlash(const char* text, int index)
 {

@@ -1,7 +1,7 @@
-#include "frame/ProductLibrary.h"
+#include "ProductLibrary.h"
 
 #include "PathRules.h"
-#include "frame/TextRules.h"
+#include "TextRules.h"
 
 #include <utility>
 

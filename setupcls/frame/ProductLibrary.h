@@ -8,7 +8,7 @@
 #pragma once
 
 #include "CString.h"
-#include "frame/Handles.h"
+#include "Handles.h"
 
 class ProductLibrary {
 public:

@@ -1,6 +1,6 @@
-#include "frame/ProfileFile.h"
+#include "ProfileFile.h"
 
-#include "frame/TextRules.h"
+#include "TextRules.h"
 
 bool ProfileFile::NamesEntry(const char* section, const char* key)
 {

@@ -1,4 +1,6 @@
-#include "frame/RegistryView.h"
+#include "RegistryView.h"
+
+#include "PathRules.h"
 
 namespace regview {
 
@@ -28,6 +30,66 @@ LONG CreateKey(HKEY root, const char* path, UniqueKey& key)
 LONG DeleteKey(HKEY root, const char* path)
 {
     return RegDeleteKeyExA(root, path, kProductView, 0);
+}
+
+LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size)
+{
+    if (!buffer || size == 0)
+        return ERROR_INVALID_PARAMETER;
+    DWORD type = REG_NONE;
+    DWORD bytes = size;
+    LONG status = RegQueryValueExA(key, value, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &bytes);
+    if (status == ERROR_SUCCESS && type != REG_SZ && type != REG_EXPAND_SZ)
+        status = ERROR_UNSUPPORTED_TYPE;
+    if (status == ERROR_SUCCESS && (bytes == 0 || buffer[bytes - 1] != '\0')) {
+        // A text stored without its NUL gets one, which must fit as well.
+        if (bytes < size) {
+            buffer[bytes++] = '\0';
+        } else {
+            status = ERROR_MORE_DATA;
+            ++bytes;
+        }
+    }
+    if (status != ERROR_SUCCESS)
+        buffer[0] = '\0';
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA)
+        size = bytes;
+    return status;
+}
+
+LONG ReadText(HKEY root, const char* path, const char* value, char* buffer, unsigned long& size)
+{
+    if (!buffer || size == 0)
+        return ERROR_INVALID_PARAMETER;
+    buffer[0] = '\0';
+    UniqueKey key;
+    LONG status = OpenKey(root, path, KEY_READ, key);
+    return status == ERROR_SUCCESS ? QueryText(key.get(), value, buffer, size) : status;
+}
+
+namespace {
+
+// The position of the last back-slash of path that separates two names; -1 when none does.
+int LastSeparator(const CString& path)
+{
+    for (int i = path.GetLength() - 1; i >= 0; --i) {
+        if (IsRealBackSlash(path, i))
+            return i;
+    }
+    return -1;
+}
+
+}  // namespace
+
+CString LastKeyName(const CString& path)
+{
+    return path.Mid(LastSeparator(path) + 1);
+}
+
+CString ParentKey(const CString& path)
+{
+    int separator = LastSeparator(path);
+    return separator < 0 ? CString() : path.Left(separator);
 }
 
 }  // namespace regview

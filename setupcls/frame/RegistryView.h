@@ -11,7 +11,8 @@
 // The calls answer the Win32 status of the call they make; on failure the holder is empty.
 #pragma once
 
-#include "frame/Handles.h"
+#include "CString.h"
+#include "Handles.h"
 
 namespace regview {
 
@@ -25,5 +26,18 @@ LONG CreateKey(HKEY root, const char* path, UniqueKey& key);
 
 // RegDeleteKeyExA of path below root (a key without sub keys), in the product's view.
 LONG DeleteKey(HKEY root, const char* path);
+
+// One text value of an open key into buffer (size: in, the buffer's bytes; out, bytes read
+// with the NUL, or the bytes needed on ERROR_MORE_DATA). The buffer always ends NUL-terminated
+// and is empty on failure; a value that is not a text answers ERROR_UNSUPPORTED_TYPE.
+LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size);
+
+// QueryText of value under path below root, the key opened for reading in the product's view.
+LONG ReadText(HKEY root, const char* path, const char* value, char* buffer, unsigned long& size);
+
+// The last name of a key path (the whole path when it holds no back-slash), and the path before
+// it (empty then). A 0x5C trail byte of a double-byte name is no separator.
+CString LastKeyName(const CString& path);
+CString ParentKey(const CString& path);
 
 }  // namespace regview

@@ -1,4 +1,4 @@
-#include "frame/ScopedCurrentDirectory.h"
+#include "ScopedCurrentDirectory.h"
 
 ScopedCurrentDirectory::ScopedCurrentDirectory()
 {

@@ -1,6 +1,6 @@
 #include "VersionInfo.h"
 
-#include "frame/ProductLibrary.h"
+#include "ProductLibrary.h"
 
 #include <cstdlib>
 #include <cstring>

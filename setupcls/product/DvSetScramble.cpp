@@ -2,10 +2,10 @@
 
 #include "CLog.h"
 #include "CString.h"
-#include "frame/ModulePath.h"
-#include "frame/ProductLibrary.h"
-#include "frame/ProfileFile.h"
-#include "frame/SetupInfNames.h"
+#include "ModulePath.h"
+#include "ProductLibrary.h"
+#include "ProfileFile.h"
+#include "SetupInfNames.h"
 
 #include <io.h>
 

@@ -2,10 +2,12 @@
 // copies, Read, Write, and the per-object getters and setters.
 #include "CTambRegistry.h"
 
-#include "CLog.h"
 #include "PathRules.h"
-#include "frame/ProductLibrary.h"
-#include "registry/RegistryAccess.h"
+#include "CComputer.h"
+#include "Failure.h"
+#include "ProductLibrary.h"
+#include "RegistryView.h"
+#include "RegistryAccess.h"
 
 #include <winnetwk.h>
 
@@ -38,26 +40,6 @@ CString AskHelper(HelperTextExport ask, const CString& fallback)
     return CString(text);
 }
 
-// Text after the last back-slash (the whole text when it holds none).
-CString LastComponent(const CString& key)
-{
-    for (int i = key.GetLength() - 1; i >= 0; --i) {
-        if (IsRealBackSlash(key, i))
-            return key.Mid(i + 1);
-    }
-    return key;
-}
-
-// Text before the last back-slash (empty when it holds none).
-CString ParentKey(const CString& key)
-{
-    for (int i = key.GetLength() - 1; i >= 0; --i) {
-        if (IsRealBackSlash(key, i))
-            return key.Left(i);
-    }
-    return CString();
-}
-
 // The product types whose installers own the product key; Write leaves it alone for the rest.
 const int kWritingProductTypes[] = {105, 133};
 
@@ -83,17 +65,21 @@ struct WriteStep {
     StepScope scope;
 };
 
-// Every step's outcome reaches the trace file here, the same way for each: nothing for a step
-// done, a line for a failed one and for one that this build does not carry. True when the step
-// counts as done.
-bool StepDone(const CSettings& settings, const char* step, int outcome)
+// Runs one step and brings its outcome to the trace file, the same way for each: nothing for a
+// step done; for a failed one the step's name and the status it left in GetLastError; a line
+// for one that this build does not carry. True when the step counts as done.
+bool RunStep(CTambRegistry& registry, const CSettings& settings, const char* name, int (CTambRegistry::*perform)())
 {
+    SetLastError(ERROR_SUCCESS);
+    const int outcome = (registry.*perform)();
     if (outcome == kNotWrittenByThisBuild) {
-        CLog::Write(settings.LogFile(), "\t%s: not written by this build", step);
+        CString line;
+        line.Format("%s: not written by this build", name);
+        failure::TraceFailureText(settings.LogFile(), line);
         return true;
     }
     if (!outcome)
-        CLog::Write(settings.LogFile(), "\t%s failed", step);
+        failure::TraceStatus(settings.LogFile(), "CTambRegistry::Write", failure::StatusOf(FALSE), "%s", name);
     return outcome != 0;
 }
 
@@ -154,8 +140,8 @@ void CTambRegistry::Construct(const char* machine, int batch)
     m_byFlag = 255;
     LoadRootStrings();
     LoadProductName(batch);
-    m_sDrosvane = LastComponent(m_sDrosvaneKey);
-    m_sQuellmarshProdKey = LastComponent(ParentKey(m_sProductsKey));
+    m_sDrosvane = regview::LastKeyName(m_sDrosvaneKey);
+    m_sQuellmarshProdKey = regview::LastKeyName(regview::ParentKey(m_sProductsKey));
     m_sAgentKey.Format("%s\\ClientAgent\\Common", m_sDrosvaneKey.GetString());
     ConnectRoot(machine);
 }
@@ -164,7 +150,7 @@ void CTambRegistry::LoadRootStrings()
 {
     ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
     if (!qwtool)
-        Trace("%s", "\tLoad QWTOOL.DLL fail");
+        failure::TraceFailureText(m_settings.LogFile(), "Load QWTOOL.DLL fail");
     m_sTamberlyKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetBrandNameStringA"), m_sOldDrosvaneMakerKey);
     m_sDrosvaneKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegRootStringA"), m_sZORKey);
     m_sDrosvaneBaseKey = AskHelper(qwtool.Entry<HelperTextExport>("QwtGetRegBaseStringA"), m_sDrosvaneKey + "\\Base");
@@ -190,16 +176,14 @@ void CTambRegistry::ConnectRoot(const char* machine)
     m_sMachine.Empty();
     m_hRoot = HKEY_LOCAL_MACHINE;
     m_remote.reset();
-    char local[16] = {};
-    DWORD length = sizeof(local);
-    if (!machine || !*machine || !GetComputerNameA(local, &length) || CString(machine).CompareNoCase(local) == 0)
+    if (!machine || !*machine || CComputer::IsLocalMachine(machine))
         return;
     m_sMachine = machine;
     auto remote = std::make_shared<RemoteRoot>(m_sMachine);
     LONG status = RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote->key.put());
     if (status != ERROR_SUCCESS) {
         remote->key.release();  // whatever the failed call left there is no key
-        CLog::Write(m_settings.LogFile(), "\tConnect to the registry of %s failed (%ld)", m_sMachine.GetString(), status);
+        SETUPCLS_TRACE_FAILURE(m_settings.LogFile(), status, "RegConnectRegistryA \\\\%s", m_sMachine.GetString());
     }
     m_hRoot = remote->key.get();
     m_remote = remote;
@@ -210,11 +194,6 @@ void CTambRegistry::ConnectRoot(const char* machine)
 bool CTambRegistry::MayWrite() const
 {
     return (m_dwAccess & KEY_WRITE) != 0;
-}
-
-void CTambRegistry::Trace(const char* format, const char* text) const
-{
-    CLog::Write(m_settings.LogFile(), format, text);
 }
 
 // ---- Read and Write. ----
@@ -270,7 +249,7 @@ int CTambRegistry::Write()
         const bool applies = step.scope == StepScope::Always
                              || (step.scope == StepScope::UnlessCopyOnly && !m_settings.IsCopyOnlyMode())
                              || (step.scope == StepScope::ServerOnly && m_settings.InstallServer());
-        if (applies && !StepDone(m_settings, step.name, (this->*step.perform)()))
+        if (applies && !RunStep(*this, m_settings, step.name, step.perform))
             result = 0;
     }
     return result;
@@ -350,8 +329,11 @@ int CTambRegistry::SetDrosvaneDatabase()
 {
     if (!MayWrite())
         return 0;
-    int written = SetDrosvaneDatabase(m_settings.InstallDBType());
-    bool variable = StepDone(m_settings, "Environment variable CATPATH", WriteCatalogPathVariable());
+    const int written = SetDrosvaneDatabase(m_settings.InstallDBType());
+    const DWORD status = failure::StatusOf(written);
+    const bool variable = RunStep(*this, m_settings, "Environment variable CATPATH", &CTambRegistry::WriteCatalogPathVariable);
+    if (!written)
+        SetLastError(status);  // the database type's failure is the one Write reports
     return written && variable ? 1 : 0;
 }
 

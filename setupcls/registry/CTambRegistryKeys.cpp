@@ -3,7 +3,7 @@
 #include "CTambRegistry.h"
 
 #include "PathRules.h"
-#include "registry/RegistryAccess.h"
+#include "RegistryAccess.h"
 
 namespace {
 

@@ -3,10 +3,12 @@
 // products, the key families below the maker and product keys, and the registered user.
 #include "CTambRegistry.h"
 
-#include "frame/ProductLibrary.h"
-#include "frame/RegistryView.h"
-#include "frame/TextRules.h"
-#include "registry/RegistryAccess.h"
+#include "CComputer.h"
+#include "Failure.h"
+#include "ProductLibrary.h"
+#include "RegistryView.h"
+#include "TextRules.h"
+#include "RegistryAccess.h"
 
 #include <cstring>
 
@@ -27,10 +29,10 @@ CString RegistrationKeyOf(const char* name)
                                                                    : CTambRegistry::m_sProductsKey;
 }
 
-int WriteRecord(const CString& key, const char* name, const tagProductStruct* record)
+LONG WriteRecord(const CString& key, const char* name, const tagProductStruct* record)
 {
     if (IsEmptyText(name) || !record)
-        return 0;
+        return ERROR_INVALID_PARAMETER;
     return WriteLocalValue(key, name, REG_BINARY, reinterpret_cast<const BYTE*>(record), sizeof(*record));
 }
 
@@ -70,17 +72,6 @@ unsigned MinorOf(unsigned short version)
 const unsigned kBNOldMajor = 6;
 const unsigned kBNOldMinor = 6;
 
-// Windows NT 4.0 or later, answered as CComputer::IsNT4xOrLater answers it: a major version
-// above 3, and a version that cannot be read counts as older. Asked here so that the registry
-// code does not depend on the system classes for one call.
-bool IsNT4xOrLater()
-{
-    OSVERSIONINFOA info;
-    memset(&info, 0, sizeof(info));
-    info.dwOSVersionInfoSize = sizeof(info);
-    return GetVersionExA(&info) && info.dwMajorVersion > 3;
-}
-
 CString UninstallEntryOf(const char* subKey)
 {
     return CString(CTambRegistry::m_sUninstallKey) + "\\" + subKey;
@@ -118,11 +109,11 @@ CString Below(const CString& root, const CString& key)
     return key.IsEmpty() ? CString() : root + "\\" + key;
 }
 
-int AddKeyBelow(const CString& root, const CString& key)
+LONG AddKeyBelow(const CString& root, const CString& key)
 {
     const CString path = Below(root, key);
     UniqueKey handle;
-    return !path.IsEmpty() && regview::CreateKey(HKEY_LOCAL_MACHINE, path, handle) == ERROR_SUCCESS ? 1 : 0;
+    return path.IsEmpty() ? ERROR_INVALID_PARAMETER : regview::CreateKey(HKEY_LOCAL_MACHINE, path, handle);
 }
 
 // A key with sub keys is not deleted: a wrong name must never take a whole branch with it.
@@ -133,12 +124,12 @@ void DeleteKeyBelow(const CString& root, const CString& key)
         regview::DeleteKey(HKEY_LOCAL_MACHINE, path);
 }
 
-int SetValueBelow(const CString& root, const CString& key, const CString& value, unsigned long type,
-                  const unsigned char* data, unsigned long size)
+LONG SetValueBelow(const CString& root, const CString& key, const CString& value, unsigned long type,
+                   const unsigned char* data, unsigned long size)
 {
     const CString path = Below(root, key);
     if (path.IsEmpty() || value.IsEmpty() || !data)
-        return 0;
+        return ERROR_INVALID_PARAMETER;
     return WriteLocalValue(path, value, type, data, size);
 }
 
@@ -184,7 +175,7 @@ bool ListedEdition(int subType)
 
 int CTambRegistry::RegisterProduct(const char* name, tagProductStruct* record)
 {
-    return WriteRecord(RegistrationKeyOf(name), name, record);
+    return failure::ResultOf(WriteRecord(RegistrationKeyOf(name), name, record));
 }
 
 // Always the product's own Products key, "PM" included: the patch manager's record is not
@@ -196,7 +187,7 @@ void CTambRegistry::UnregisterProduct(const char* name)
 
 int CTambRegistry::RegisterProduct_SQM(const char* name, tagProductStruct* record)
 {
-    return WriteRecord(ProductsKeyOf(m_sSQMKey), name, record);
+    return failure::ResultOf(WriteRecord(ProductsKeyOf(m_sSQMKey), name, record));
 }
 
 void CTambRegistry::UnregisterProduct_SQM(const char* name)
@@ -237,7 +228,7 @@ int CTambRegistry::SavePerviousRegisterProduct(const char* name, unsigned short 
         return 0;
     const bool bn = storedMajor > kBNOldMajor || (storedMajor == kBNOldMajor && storedMinor >= kBNOldMinor);
     const CString target = m_sDrosvaneKey + "\\" + (bn ? m_sBNOldProducts : m_sOldProducts);
-    if (!WriteRecord(target, name, &record))
+    if (!failure::ResultOf(WriteRecord(target, name, &record)))
         return 0;
     UnregisterTamberlyProduct(name);
     return 1;
@@ -249,14 +240,15 @@ int CTambRegistry::SavePerviousRegisterProduct(const char* name, unsigned short 
 // whatever the arguments.
 int CTambRegistry::CreateUninstallKey(const char* subKey, const char* displayName, const char* uninstallString)
 {
-    if (!IsNT4xOrLater())
+    if (!CComputer::IsNT4xOrLater())
         return 1;
     if (IsEmptyText(subKey) || IsEmptyText(displayName) || IsEmptyText(uninstallString))
-        return 0;
+        return failure::ResultOf(ERROR_INVALID_PARAMETER);
     const CString entry = UninstallEntryOf(subKey);
-    return WriteLocalText(entry, m_sDisplayName, displayName) && WriteLocalText(entry, m_sUninstallString, uninstallString)
-               ? 1
-               : 0;
+    LONG status = WriteLocalText(entry, m_sDisplayName, displayName);
+    if (status == ERROR_SUCCESS)
+        status = WriteLocalText(entry, m_sUninstallString, uninstallString);
+    return failure::ResultOf(status);
 }
 
 // Only the entry's own key goes; the Uninstall key stays whatever it holds.
@@ -350,12 +342,12 @@ void CTambRegistry::DeleteBNITProductBranch()
 
 // ---- Key families. ----
 
-int CTambRegistry::AddTamberlyKey(CString key) { return AddKeyBelow(m_sTamberlyKey, key); }
+int CTambRegistry::AddTamberlyKey(CString key) { return failure::ResultOf(AddKeyBelow(m_sTamberlyKey, key)); }
 void CTambRegistry::DeleteTamberlyKey(CString key) { DeleteKeyBelow(m_sTamberlyKey, key); }
 int CTambRegistry::SetTamberlyKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
                                        unsigned long size)
 {
-    return SetValueBelow(m_sTamberlyKey, key, value, type, data, size);
+    return failure::ResultOf(SetValueBelow(m_sTamberlyKey, key, value, type, data, size));
 }
 int CTambRegistry::QueryTamberlyKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
                                          unsigned long* size)
@@ -363,12 +355,12 @@ int CTambRegistry::QueryTamberlyKeyValue(CString key, CString value, unsigned lo
     return QueryValueBelow(m_sTamberlyKey, key, value, type, data, size);
 }
 
-int CTambRegistry::AddDrosvaneKey(CString key) { return AddKeyBelow(m_sDrosvaneKey, key); }
+int CTambRegistry::AddDrosvaneKey(CString key) { return failure::ResultOf(AddKeyBelow(m_sDrosvaneKey, key)); }
 void CTambRegistry::DeleteDrosvaneKey(CString key) { DeleteKeyBelow(m_sDrosvaneKey, key); }
 int CTambRegistry::SetDrosvaneKeyValue(CString key, CString value, unsigned long type, const unsigned char* data,
                                        unsigned long size)
 {
-    return SetValueBelow(m_sDrosvaneKey, key, value, type, data, size);
+    return failure::ResultOf(SetValueBelow(m_sDrosvaneKey, key, value, type, data, size));
 }
 int CTambRegistry::QueryDrosvaneKeyValue(CString key, CString value, unsigned long* type, unsigned char* data,
                                          unsigned long* size)
@@ -403,7 +395,7 @@ void CTambRegistry::AddSystemUserAccount() const
 {
     ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
     if (!qwtool) {
-        Trace("%s", "\tFailed to load QWTOOL.DLL to create system user account.");
+        failure::TraceFailureText(m_settings.LogFile(), "Failed to load QWTOOL.DLL to create system user account.");
         return;
     }
     auto add = qwtool.Entry<SetUserAccountExport>("QwtSetUserAccountA");
@@ -411,5 +403,5 @@ void CTambRegistry::AddSystemUserAccount() const
         || LOWORD(add(m_settings.SystemAccountName(), m_settings.SystemAccountDomain(),
                       m_settings.SystemAccountPassword(), m_settings.SystemAccountServer()))
                == 0)
-        Trace("%s", "\tFailed to add a user account");
+        failure::TraceFailureText(m_settings.LogFile(), "Failed to add a user account");
 }

@@ -2,8 +2,9 @@
 // that walk the key generations, and the product record lookups.
 #include "CTambRegistry.h"
 
-#include "frame/RegistryView.h"
-#include "registry/RegistryAccess.h"
+#include "Failure.h"
+#include "RegistryView.h"
+#include "RegistryAccess.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -21,31 +22,6 @@ LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key)
     return status;
 }
 
-LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size)
-{
-    if (!buffer || size == 0)
-        return ERROR_INVALID_PARAMETER;
-    DWORD type = REG_NONE;
-    DWORD bytes = size;
-    LONG status = RegQueryValueExA(key, value, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &bytes);
-    if (status == ERROR_SUCCESS && type != REG_SZ && type != REG_EXPAND_SZ)
-        status = ERROR_UNSUPPORTED_TYPE;
-    if (status == ERROR_SUCCESS && (bytes == 0 || buffer[bytes - 1] != '\0')) {
-        // A text stored without its NUL gets one, which must fit as well.
-        if (bytes < size) {
-            buffer[bytes++] = '\0';
-        } else {
-            status = ERROR_MORE_DATA;
-            ++bytes;
-        }
-    }
-    if (status != ERROR_SUCCESS)
-        buffer[0] = '\0';
-    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA)
-        size = bytes;
-    return status;
-}
-
 int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* buffer, unsigned long& size)
 {
     if (!buffer || size == 0)
@@ -58,7 +34,7 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
         // Only a text read whole ends the walk; a value too long for the buffer or of another
         // type is passed over like a missing one, and QueryText leaves the buffer empty then.
         unsigned long bytes = size;
-        if (QueryText(key.get(), value, buffer, bytes) == ERROR_SUCCESS) {
+        if (regview::QueryText(key.get(), value, buffer, bytes) == ERROR_SUCCESS) {
             size = bytes;
             return 1;
         }
@@ -93,23 +69,22 @@ int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* 
     return 0;
 }
 
-int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes)
+LONG WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes)
 {
     UniqueKey handle;
-    if (regview::CreateKey(HKEY_LOCAL_MACHINE, key, handle) != ERROR_SUCCESS)
-        return 0;
-    return RegSetValueExA(handle.get(), value, 0, type, data, bytes) == ERROR_SUCCESS ? 1 : 0;
+    LONG status = regview::CreateKey(HKEY_LOCAL_MACHINE, key, handle);
+    return status == ERROR_SUCCESS ? RegSetValueExA(handle.get(), value, 0, type, data, bytes) : status;
 }
 
-int WriteLocalText(const char* key, const char* value, const char* text)
+LONG WriteLocalText(const char* key, const char* value, const char* text)
 {
     if (!text)
-        return 0;
+        return ERROR_INVALID_PARAMETER;
     return WriteLocalValue(key, value, REG_SZ, reinterpret_cast<const BYTE*>(text),
                            static_cast<DWORD>(strlen(text) + 1));
 }
 
-int WriteLocalNumber(const char* key, const char* value, DWORD number)
+LONG WriteLocalNumber(const char* key, const char* value, DWORD number)
 {
     return WriteLocalValue(key, value, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
 }
@@ -122,57 +97,57 @@ using namespace registry;
 
 int CTambRegistry::SetDrosvaneHomeDir(const char* dir)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sHome, dir);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sHome, dir));
 }
 
 int CTambRegistry::SetDrosvaneDBDir(const char* dir)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sDatabase, dir);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sDatabase, dir));
 }
 
 int CTambRegistry::SetDrosvaneLogDir(const char* dir)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sLog, dir);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sLog, dir));
 }
 
 int CTambRegistry::SetDrosvaneTempDir(const char* dir)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sTemp, dir);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sPathSubKey), m_sTemp, dir));
 }
 
 int CTambRegistry::SetDrosvaneUser(const char* user)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredName, user);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredName, user));
 }
 
 int CTambRegistry::SetDrosvaneCompany(const char* company)
 {
-    return WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredOrg, company);
+    return failure::ResultOf(WriteLocalText(Join(m_sDrosvaneBaseKey, m_sUserSubKey), m_sRegisteredOrg, company));
 }
 
 int CTambRegistry::SetDrosvaneManager(int on)
 {
-    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sManager, static_cast<DWORD>(on));
+    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sManager, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneServer(int on)
 {
-    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sServer, static_cast<DWORD>(on));
+    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sServer, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneAdmin(int on)
 {
-    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sAdmin, static_cast<DWORD>(on));
+    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sAdmin, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneDatabase(int type)
 {
-    return WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sDatabaseSubKey), m_sDatabaseType, static_cast<DWORD>(type));
+    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sDatabaseSubKey), m_sDatabaseType, static_cast<DWORD>(type)));
 }
 
 int CTambRegistry::SetAgentHomeDir(const char* dir)
 {
-    return WriteLocalText(m_sAgentKey, m_sPath, dir);
+    return failure::ResultOf(WriteLocalText(m_sAgentKey, m_sPath, dir));
 }
 
 // ---- Getters. ----
@@ -228,7 +203,7 @@ int CTambRegistry::GetAlertBuildNumber(unsigned short* build, HKEY root)
         return 0;
     char text[32];
     unsigned long size = sizeof(text);
-    if (QueryText(key.get(), m_sCurrentBuildNumber, text, size) != ERROR_SUCCESS)
+    if (regview::QueryText(key.get(), m_sCurrentBuildNumber, text, size) != ERROR_SUCCESS)
         return 0;
     *build = static_cast<unsigned short>(strtoul(text, nullptr, 10));
     return 1;
@@ -243,7 +218,7 @@ long CTambRegistry::GetTalvikDrosvane_LocalHomeDir(char* buffer, unsigned long& 
     LONG status = OpenFirstKey(HKEY_LOCAL_MACHINE, LocalHomeKeys(), KEY_READ, key);
     if (status != ERROR_SUCCESS)
         return status;
-    return QueryText(key.get(), m_sHome, buffer, size);
+    return regview::QueryText(key.get(), m_sHome, buffer, size);
 }
 
 // ---- Product records. ----

@@ -1,13 +1,13 @@
 // Registry access shared by the CTambRegistry sources: the key lists of the product's key
 // generations, the one routine that walks them, and the value writers. Internal to the DLL.
 //
-// The single-key helpers answer a Win32 status (LONG). The walkers and writers answer the 1/0
-// result the public operations hand on unchanged.
+// The single-key helpers and the writers answer the Win32 status (LONG) they got; the public
+// operations turn it into their 1/0 result (failure::ResultOf). The walkers answer 1/0.
 #pragma once
 
 #include "CString.h"
 #include "CTambRegistry.h"
-#include "frame/Handles.h"
+#include "Handles.h"
 
 #include <vector>
 
@@ -42,11 +42,6 @@ CString Join(const char* key, const char* subKey);
 // The first key of the list that opens with access from root (null: HKEY_LOCAL_MACHINE).
 LONG OpenFirstKey(HKEY root, const KeyList& keys, REGSAM access, UniqueKey& key);
 
-// One text value of an open key into buffer (size: in, the buffer's bytes; out, bytes read
-// with the NUL, or the bytes needed on ERROR_MORE_DATA). The buffer always ends NUL-terminated
-// and is empty on failure; a value that is not a text answers ERROR_UNSUPPORTED_TYPE.
-LONG QueryText(HKEY key, const char* value, char* buffer, unsigned long& size);
-
 // The text value under the first key of the list from which it is read whole; a value too
 // long for the buffer, or not a text, sends the walk on to the next key. 1 when found; the
 // buffer is left empty (and size as given) when no key answers.
@@ -57,9 +52,10 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
 // when found.
 int ReadRecordFromPlaces(HKEY root, const RecordList& places, tagProductStruct* record);
 
-// ---- Writing, always to the local HKEY_LOCAL_MACHINE. 1 when created and written. ----
-int WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes);
-int WriteLocalText(const char* key, const char* value, const char* text);
-int WriteLocalNumber(const char* key, const char* value, DWORD number);
+// ---- Writing, always to the local HKEY_LOCAL_MACHINE: the key is created as needed. A null
+// text answers ERROR_INVALID_PARAMETER. ----
+LONG WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE* data, DWORD bytes);
+LONG WriteLocalText(const char* key, const char* value, const char* text);
+LONG WriteLocalNumber(const char* key, const char* value, DWORD number);
 
 }  // namespace registry

@@ -1,9 +1,9 @@
 #include "CComputer.h"
 
 #include "PathRules.h"
-#include "frame/Handles.h"
-#include "frame/ProductLibrary.h"
-#include "frame/TextRules.h"
+#include "Handles.h"
+#include "ProductLibrary.h"
+#include "TextRules.h"
 
 #include <direct.h>
 #include <io.h>

@@ -131,7 +131,7 @@ TEST_F(SettingsInitialize, ProductSubTypeAdjustsWhatTheMediumOffers)
     }
     ASSERT_TRUE(DeleteFileA((m_dir / "media\\SETUP.INF").c_str()));
     EXPECT_FALSE(Run(0).HSMAvailable());
-    ExpectFailed(m_dir / "media\\SETUP.INF not found");
+    ExpectFailed(m_dir / "media\\SETUP.INF failed (2) in ReadMedium");
 }
 
 TEST_F(SettingsInitialize, BatchRunTakesTheAnswerFileChoices)
@@ -193,7 +193,7 @@ TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoic
     s = Run(1, 1);
     EXPECT_EQ(unsigned(CSettings::UNINSTALL_DROSVANE | CSettings::UNINSTALL_ALERT), s.Components());
     EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath());
-    ExpectFailed("Answer file " + m_dir / "SETUP.ICF not found");
+    ExpectFailed("Answer file " + m_dir / "SETUP.ICF failed (2) in Initialize");
     EXPECT_EQ(0u, Run(1, 0).Components()) << "an installation takes no uninstall choice";
 }
 
@@ -207,9 +207,9 @@ TEST_F(SettingsInitialize, ProductComesFromTheProductMapLibrary)
     EXPECT_EQ(std::string(23, 'N'), Run(0).Product());
 
     const struct { const char* answer; const char* fixture; const char* logged; } failures[] = {
-        {nullptr, "TambProd.dll", "CPGetProductMapInfo names no product of type 133"},
-        {"Name", "noexports.dll", "TambProd.dll has no CPGetProductMapInfo"},
-        {"Name", nullptr, "Load TambProd.dll failed"}};
+        {nullptr, "TambProd.dll", "CPGetProductMapInfo of product type 133 failed (1168) in AskProductMap"},
+        {"Name", "noexports.dll", "GetProcAddress TambProd.dll CPGetProductMapInfo failed (127) in AskProductMap"},
+        {"Name", nullptr, "LoadLibrary TambProd.dll failed (126) in AskProductMap"}};
     for (const auto& f : failures) {
         ScopedEnv answer("TAMBPROD_NAME_ANSWER", f.answer);
         m_productMap.reset();

@@ -1,5 +1,5 @@
 // The library's handle holders that carry a rule of their own.
-#include "frame/Handles.h"
+#include "Handles.h"
 
 #include <gtest/gtest.h>
 

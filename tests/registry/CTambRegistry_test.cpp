@@ -134,6 +134,14 @@ BOOL WINAPI FakeGetVersionExA(LPOSVERSIONINFOA info)
     return TRUE;
 }
 
+// A registry that refuses to store the value named LOG.
+LONG WINAPI FakeRegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size)
+{
+    if (name && std::string(name) == "LOG")
+        return ERROR_ACCESS_DENIED;
+    return RegSetValueExA(key, name, reserved, type, data, size);
+}
+
 // BRAND.dll's ordinal 101, answered here so that each call is counted. It answers FALSE: the
 // text it writes is taken all the same.
 int g_brandCalls;
@@ -217,7 +225,7 @@ TEST_F(CTambRegistryTest, LocalNameInAnotherCaseIsLocalAnUnreachableMachineKeeps
 
     // Wine answers 53 (network path not found) for any other machine.
     CTambRegistry remote(Settings(105), 0, "SETUPCLS-NOHOST");
-    EXPECT_NE(std::string::npos, Log().find("\tConnect to the registry of SETUPCLS-NOHOST failed (53)")) << Log();
+    EXPECT_NE(std::string::npos, Log().find("\tRegConnectRegistryA \\\\SETUPCLS-NOHOST failed (53) in ConnectRoot")) << Log();
     EXPECT_EQ(1, remote.Read());
     EXPECT_STREQ("", remote.GetDrosvaneHomeDir()) << "this machine's value must not stand in";
     EXPECT_FALSE(remote.IsDrosvaneInstalled());
@@ -463,6 +471,18 @@ TEST_F(CTambRegistryIntercepted, BrandLibraryIsAskedAlsoWhenTheSettingsNameTheRe
     CTambRegistry named(Settings(105, 2), 0);
     EXPECT_EQ(2, g_brandCalls) << "asked although the settings name the record";
     EXPECT_STREQ("QuellmarshEB", CTambRegistry::GetQuellmarshProdName());
+}
+
+TEST_F(CTambRegistryIntercepted, FailedWriteStepIsTracedWithItsStatusAndTheOthersStillRun)
+{
+    SETUPCLS_HOOK_IMPORT(hook, "ADVAPI32.dll", RegSetValueExA, FakeRegSetValueExA);
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(0, R::SetDrosvaneLogDir("C:\\Log"));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_ACCESS_DENIED), GetLastError()) << "the setter leaves the status behind";
+
+    EXPECT_EQ(0, CTambRegistry(Settings(105)).Write());
+    EXPECT_EQ("C:\\Drosvane\\|C:\\Drosvane\\DATABASE|-|C:\\Drosvane\\TEMP|User|Company|1|1|0|2", Written());
+    EXPECT_NE(std::string::npos, Log().find("\tLog directory failed (5) in CTambRegistry::Write\r\n")) << Log();
 }
 
 TEST_F(CTambRegistryIntercepted, NoUninstallEntryBeforeNT4)

@@ -1,6 +1,6 @@
 #include "RegistrySupport.h"
 
-#include "frame/Handles.h"
+#include "Handles.h"
 
 namespace testsupport {
 

@@ -1,6 +1,6 @@
 #include "TestSupport.h"
 
-#include "frame/Handles.h"
+#include "Handles.h"
 
 #include <gtest/gtest.h>
 

@@ -360,7 +360,6 @@ private:
     void LoadProductName(int batch);
     void ConnectRoot(const char* machine);
     bool MayWrite() const;
-    void Trace(const char* format, const char* text) const;
     const char* Refresh(CString& cache, int (*getter)(char*, unsigned long&, HKEY));
     bool RefreshProduct(tagProductStruct& record) const;
 
