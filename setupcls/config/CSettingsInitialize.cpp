@@ -327,52 +327,56 @@ void CopyAnswers(CSettings& settings, CSetupIcf& icf)
 
 }  // namespace
 
+// An allocation that fails anywhere below ends the run with 0; no exception reaches the caller.
 int CSettings::Initialize()
 {
-    // Step 1. The registry object is built for its process-wide key names, which the static
-    // getters below use; a missing account tool library is traced to the log file.
-    CLog log(m_logFile);
-    CSetupIcf icf(m_batchFile);
-    CTambRegistry productRegistry(*this);
-    bool ok = true;
-    bool answers = m_batchOperation && icf.Exists();
-    if (m_batchOperation && !answers) {
-        SETUPCLS_TRACE_FAILURE(log.File(), ERROR_FILE_NOT_FOUND, "Answer file %s", m_batchFile.GetString());
-        ok = false;
-    }
+    return failure::ContainExceptions(0, [&] {
+        // Step 1. The registry object is built for its process-wide key names, which the static
+        // getters below use; a missing account tool library is traced to the log file.
+        CLog log(m_logFile);
+        CSetupIcf icf(m_batchFile);
+        CTambRegistry productRegistry(*this);
+        bool ok = true;
+        bool answers = m_batchOperation && icf.Exists();
+        if (m_batchOperation && !answers) {
+            failure::TraceStatus(log.File(), "CSettings::Initialize", ERROR_FILE_NOT_FOUND, "Answer file %s",
+                                 m_batchFile.GetString());
+            ok = false;
+        }
 
-    // Step 2.
-    m_product.Empty();
-    ok = AskProductMap(m_productType, m_product, log) && ok;
+        // Step 2.
+        m_product.Empty();
+        ok = AskProductMap(m_productType, m_product, log) && ok;
 
-    // Step 3. The chosen paths start where the components are now (an upgrade stays in place)
-    // or, for a new installation, at the default folders.
-    ok = ProbeRegisteredOwner(*this, log) && ok;
-    ProbeProduct(*this);
-    ProbeAlert(*this);
-    ProbeClientAgent(*this);
-    ProbeVexilan(*this);
-    DrosvanePath(m_currentDrosvanePath);
-    AlertPath(m_currentAlertPath);
-    ClientAgentPath(m_currentClientAgentPath);
+        // Step 3. The chosen paths start where the components are now (an upgrade stays in place)
+        // or, for a new installation, at the default folders.
+        ok = ProbeRegisteredOwner(*this, log) && ok;
+        ProbeProduct(*this);
+        ProbeAlert(*this);
+        ProbeClientAgent(*this);
+        ProbeVexilan(*this);
+        DrosvanePath(m_currentDrosvanePath);
+        AlertPath(m_currentAlertPath);
+        ClientAgentPath(m_currentClientAgentPath);
 
-    // Step 4. The choice of what to remove comes from the answer file object even when the file
-    // is missing: its getters then give their cached defaults (remove everything).
-    if (m_uninstall && m_batchOperation) {
-        UninstallDrosvane(icf.UninstallDrosvane());
-        UninstallAlert(icf.UninstallAlert());
-    }
+        // Step 4. The choice of what to remove comes from the answer file object even when the file
+        // is missing: its getters then give their cached defaults (remove everything).
+        if (m_uninstall && m_batchOperation) {
+            UninstallDrosvane(icf.UninstallDrosvane());
+            UninstallAlert(icf.UninstallAlert());
+        }
 
-    // Step 5.
-    CString medium = MediumFolder(*this);
-    ok = ReadMedium(*this, medium, log) && ok;
-    ReadHostFile(*this, medium);
+        // Step 5.
+        CString medium = MediumFolder(*this);
+        ok = ReadMedium(*this, medium, log) && ok;
+        ReadHostFile(*this, medium);
 
-    // Step 6. Runs for an uninstallation too. The install switches share their bits with the
-    // uninstall choices of step 4 (manager, server and administration make UNINSTALL_DROSVANE,
-    // alert is UNINSTALL_ALERT), so in a batch uninstallation the answer file's install switches
-    // replace what step 4 chose to remove.
-    if (answers)
-        CopyAnswers(*this, icf);
-    return ok ? 1 : 0;
+        // Step 6. Runs for an uninstallation too. The install switches share their bits with the
+        // uninstall choices of step 4 (manager, server and administration make UNINSTALL_DROSVANE,
+        // alert is UNINSTALL_ALERT), so in a batch uninstallation the answer file's install switches
+        // replace what step 4 chose to remove.
+        if (answers)
+            CopyAnswers(*this, icf);
+        return ok ? 1 : 0;
+    });
 }

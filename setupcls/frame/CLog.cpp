@@ -1,6 +1,7 @@
 #include "CLog.h"
 
 #include "Handles.h"
+#include "TextRules.h"
 
 #include <cstdio>
 #include <ctime>
@@ -12,15 +13,6 @@ const int kMessageSize = 512;
 const int kDateTimeSize = 32;
 const int kStampSize = 128;
 const int kLineSize = 640;
-
-// A message is cut at kMessageSize - 1 bytes.
-void FormatText(char (&message)[kMessageSize], const char* format, va_list args)
-{
-    message[0] = '\0';
-    if (format && vsnprintf(message, sizeof(message), format, args) < 0)
-        message[0] = '\0';
-    message[sizeof(message) - 1] = '\0';
-}
 
 // How long a writer waits for another process's line before it writes regardless.
 const int kLockAttempts = 500;
@@ -76,7 +68,7 @@ BOOL CLog::Write(const char* format, ...)
     char message[kMessageSize];
     va_list args;
     va_start(args, format);
-    FormatText(message, format, args);
+    FormatCut(message, format, args);  // cut at kMessageSize - 1 bytes
     va_end(args);
     return Write(m_file, message);
 }
@@ -86,7 +78,7 @@ BOOL CLog::WriteV(const char* file, const char* format, va_list args)
     if (!file)
         return FALSE;
     char message[kMessageSize];
-    FormatText(message, format, args);
+    FormatCut(message, format, args);  // cut at kMessageSize - 1 bytes
 
     char date[kDateTimeSize];
     char time[kDateTimeSize];

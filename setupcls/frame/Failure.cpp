@@ -1,9 +1,9 @@
 #include "Failure.h"
 
 #include "CLog.h"
+#include "TextRules.h"
 
 #include <cstdarg>
-#include <cstdio>
 
 namespace failure {
 
@@ -11,14 +11,6 @@ namespace {
 
 // What failed, formatted; cut to the buffer like every trace message.
 const int kWhatSize = 384;
-
-void FormatWhat(char (&what)[kWhatSize], const char* format, va_list args)
-{
-    what[0] = '\0';
-    if (format && vsnprintf(what, sizeof(what), format, args) < 0)
-        what[0] = '\0';
-    what[sizeof(what) - 1] = '\0';
-}
 
 bool NamesFile(const char* file)
 {
@@ -34,21 +26,9 @@ void TraceStatus(const char* file, const char* where, DWORD status, const char* 
     char what[kWhatSize];
     va_list args;
     va_start(args, whatFormat);
-    FormatWhat(what, whatFormat, args);
+    FormatCut(what, whatFormat, args);
     va_end(args);
     CLog::Write(file, "\t%s failed (%lu) in %s", what, status, where ? where : "");
-}
-
-void TraceHresult(const char* file, const char* where, HRESULT hr, const char* whatFormat, ...)
-{
-    if (!NamesFile(file))
-        return;
-    char what[kWhatSize];
-    va_list args;
-    va_start(args, whatFormat);
-    FormatWhat(what, whatFormat, args);
-    va_end(args);
-    CLog::Write(file, "\t%s failed (0x%08lX) in %s", what, static_cast<unsigned long>(hr), where ? where : "");
 }
 
 void TraceFailureText(const char* file, const char* text)

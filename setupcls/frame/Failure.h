@@ -7,11 +7,12 @@
 //     <TAB><what failed> failed (<status>) in <function>
 //
 // where <what failed> names the Win32 call with the argument that matters (or the step that
-// failed), <status> is the Win32 status in decimal or the HRESULT as 0x%08lX, and <function> is
-// the library function that made the call. The leading TAB sets failure lines one column to the
-// right of the step they belong to. Failure texts that support documents quote word for word
-// are written as they stand by TraceFailureText; the TAB is added there, never written into the
-// literal.
+// failed), <status> is the Win32 status in decimal, and <function> is the library function that
+// made the call. The leading TAB sets failure lines one column to the right of the step they
+// belong to. HRESULTs get a form of the same shape (the status as 0x%08lX) beside TraceStatus
+// when the first COM operation arrives. Failure texts that support documents quote word for
+// word are written as they stand by TraceFailureText; the TAB is added there, never written
+// into the literal.
 //
 // Only at an exported operation does the status become the int the caller expects: ResultOf
 // answers 1 for success and 0 for failure, and leaves the status in GetLastError, so that a
@@ -24,14 +25,11 @@
 
 #include <windows.h>
 
-#include <new>
-
 namespace failure {
 
 // Writes "<TAB><what> failed (<status>) in <where>" to file; what is formatted from whatFormat.
 // Nothing is written when file is null or empty: the library never picks a file of its own.
 void TraceStatus(const char* file, const char* where, DWORD status, const char* whatFormat, ...);
-void TraceHresult(const char* file, const char* where, HRESULT hr, const char* whatFormat, ...);
 
 // Writes "<TAB><text>" to file: a failure whose wording is fixed.
 void TraceFailureText(const char* file, const char* text);
@@ -57,6 +55,6 @@ Result ContainExceptions(Result onException, Body&& body) noexcept
 
 }  // namespace failure
 
-// The function that makes the call is named by the compiler.
+// The function that makes the call is named by the compiler. Inside a lambda the compiler's
+// name is "operator()": there, name the function with failure::TraceStatus itself.
 #define SETUPCLS_TRACE_FAILURE(file, status, ...) failure::TraceStatus((file), __func__, (status), __VA_ARGS__)
-#define SETUPCLS_TRACE_HRESULT(file, hr, ...) failure::TraceHresult((file), __func__, (hr), __VA_ARGS__)

@@ -1,7 +1,10 @@
-// Small text tests shared by the library's sources. Internal to the library.
+// Small text rules shared by the library's sources. Internal to the library.
 #pragma once
 
 #include <windows.h>
+
+#include <cstdarg>
+#include <cstdio>
 
 // A null pointer or an empty text: no name, path or value was given.
 inline bool IsEmptyText(const char* text)
@@ -13,4 +16,15 @@ inline bool IsEmptyText(const char* text)
 inline bool IsLeadByte(char ch)
 {
     return IsDBCSLeadByte(static_cast<BYTE>(ch)) != FALSE;
+}
+
+// printf-style formatting into a fixed buffer, cut to its size; a null format or a formatting
+// error leaves it empty. The buffer always ends NUL-terminated.
+template <size_t Size>
+void FormatCut(char (&buffer)[Size], const char* format, va_list args)
+{
+    buffer[0] = '\0';
+    if (format && vsnprintf(buffer, Size, format, args) < 0)
+        buffer[0] = '\0';
+    buffer[Size - 1] = '\0';
 }

@@ -4,14 +4,15 @@
 #include "CString.h"
 #include "ModulePath.h"
 #include "ProductLibrary.h"
+#include "Failure.h"
 #include "ProfileFile.h"
 #include "SetupInfNames.h"
+#include "TextRules.h"
 
 #include <io.h>
 
 #include <cstdarg>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -55,10 +56,9 @@ void Trace(const char* format, ...)
     char message[512];
     va_list args;
     va_start(args, format);
-    int written = vsnprintf(message, sizeof(message), format, args);
+    FormatCut(message, format, args);
     va_end(args);
-    if (written >= 0)
-        CLog::Write(file, "%s", message);
+    CLog::Write(file, "%s", message);
 }
 
 unsigned int Address(const void* pointer)
@@ -259,36 +259,28 @@ int UnscrambleText(const char* text, DWORD textLength, BYTE* outData, DWORD* out
 }
 
 // The only exception inside is std::bad_alloc from a path string; it never leaves the library.
-template <typename Call>
-int WithoutThrow(Call call)
-{
-    try {
-        return call();
-    } catch (...) {
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
-}
+const int kOutOfMemory = ERROR_NOT_ENOUGH_MEMORY;
 
 }  // namespace
 
 SETUPCLS_C int WINAPI DVSET_ZOREncrypt(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
 {
-    return WithoutThrow([&] { return Scramble(inData, inLength, outData, outLength); });
+    return failure::ContainExceptions(kOutOfMemory, [&] { return Scramble(inData, inLength, outData, outLength); });
 }
 
 SETUPCLS_C int WINAPI DVSET_ZORDecrypt(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
 {
-    return WithoutThrow([&] { return Unscramble(inData, inLength, outData, outLength); });
+    return failure::ContainExceptions(kOutOfMemory, [&] { return Unscramble(inData, inLength, outData, outLength); });
 }
 
 SETUPCLS_C int WINAPI DVSET_ZOREncrypt_NUMSTR(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)
 {
-    return WithoutThrow([&] { return ScrambleToText(inData, inLength, text, textLength); });
+    return failure::ContainExceptions(kOutOfMemory, [&] { return ScrambleToText(inData, inLength, text, textLength); });
 }
 
 SETUPCLS_C int WINAPI DVSET_ZORDecrypt_NUMSTR(const char* text, DWORD textLength, BYTE* outData, DWORD* outLength)
 {
-    return WithoutThrow([&] { return UnscrambleText(text, textLength, outData, outLength); });
+    return failure::ContainExceptions(kOutOfMemory, [&] { return UnscrambleText(text, textLength, outData, outLength); });
 }
 
 // No file name is no triple-DES file: the profile functions would read WIN.INI instead.

@@ -217,42 +217,46 @@ int CTambRegistry::Read()
     return 1;
 }
 
+// An allocation that fails anywhere below ends Write with 0; no exception reaches the caller.
 int CTambRegistry::Write()
 {
-    if (m_dwAccess != KEY_WRITE)
-        return 0;
-    const int type = m_settings.ProductType();
-    if (std::find(std::begin(kWritingProductTypes), std::end(kWritingProductTypes), type) == std::end(kWritingProductTypes))
-        return 1;
+    return failure::ContainExceptions(0, [&] {
+        if (m_dwAccess != KEY_WRITE)
+            return 0;
+        const int type = m_settings.ProductType();
+        if (std::find(std::begin(kWritingProductTypes), std::end(kWritingProductTypes), type)
+            == std::end(kWritingProductTypes))
+            return 1;
 
-    // The steps in the order they run; a registration that Write makes is one row here.
-    static const WriteStep steps[] = {
-        {"Registered user", &CTambRegistry::SetDrosvaneUser, StepScope::UnlessCopyOnly},
-        {"Registered company", &CTambRegistry::SetDrosvaneCompany, StepScope::UnlessCopyOnly},
-        {"Home directory", &CTambRegistry::SetDrosvaneHomeDir, StepScope::UnlessCopyOnly},
-        {"Log directory", &CTambRegistry::SetDrosvaneLogDir, StepScope::UnlessCopyOnly},
-        {"Temporary directory", &CTambRegistry::SetDrosvaneTempDir, StepScope::UnlessCopyOnly},
-        {"Environment variables LNNAME and RNNAME", &CTambRegistry::WriteEnvironmentVariables, StepScope::Always},
-        {"Component flag MANAGER", &CTambRegistry::SetDrosvaneManager, StepScope::Always},
-        {"Component flag SERVER", &CTambRegistry::SetDrosvaneServer, StepScope::Always},
-        {"Component flag ADMIN", &CTambRegistry::SetDrosvaneAdmin, StepScope::Always},
-        {"Installed products entry", &CTambRegistry::SetBNITProduct, StepScope::Always},
-        {"Database directory", &CTambRegistry::SetDrosvaneDBDir, StepScope::ServerOnly},
-        {"Database type", &CTambRegistry::SetDrosvaneDatabase, StepScope::ServerOnly},
-        {"Shell extension", &CTambRegistry::WriteShellExtension, StepScope::ServerOnly},
-        {"SNMP agent key", &CTambRegistry::WriteSNMPKey, StepScope::ServerOnly},
-    };
+        // The steps in the order they run; a registration that Write makes is one row here.
+        static const WriteStep steps[] = {
+            {"Registered user", &CTambRegistry::SetDrosvaneUser, StepScope::UnlessCopyOnly},
+            {"Registered company", &CTambRegistry::SetDrosvaneCompany, StepScope::UnlessCopyOnly},
+            {"Home directory", &CTambRegistry::SetDrosvaneHomeDir, StepScope::UnlessCopyOnly},
+            {"Log directory", &CTambRegistry::SetDrosvaneLogDir, StepScope::UnlessCopyOnly},
+            {"Temporary directory", &CTambRegistry::SetDrosvaneTempDir, StepScope::UnlessCopyOnly},
+            {"Environment variables LNNAME and RNNAME", &CTambRegistry::WriteEnvironmentVariables, StepScope::Always},
+            {"Component flag MANAGER", &CTambRegistry::SetDrosvaneManager, StepScope::Always},
+            {"Component flag SERVER", &CTambRegistry::SetDrosvaneServer, StepScope::Always},
+            {"Component flag ADMIN", &CTambRegistry::SetDrosvaneAdmin, StepScope::Always},
+            {"Installed products entry", &CTambRegistry::SetBNITProduct, StepScope::Always},
+            {"Database directory", &CTambRegistry::SetDrosvaneDBDir, StepScope::ServerOnly},
+            {"Database type", &CTambRegistry::SetDrosvaneDatabase, StepScope::ServerOnly},
+            {"Shell extension", &CTambRegistry::WriteShellExtension, StepScope::ServerOnly},
+            {"SNMP agent key", &CTambRegistry::WriteSNMPKey, StepScope::ServerOnly},
+        };
 
-    // Every step that applies runs; one failure makes the result 0.
-    int result = 1;
-    for (const WriteStep& step : steps) {
-        const bool applies = step.scope == StepScope::Always
-                             || (step.scope == StepScope::UnlessCopyOnly && !m_settings.IsCopyOnlyMode())
-                             || (step.scope == StepScope::ServerOnly && m_settings.InstallServer());
-        if (applies && !RunStep(*this, m_settings, step.name, step.perform))
-            result = 0;
-    }
-    return result;
+        // Every step that applies runs; one failure makes the result 0.
+        int result = 1;
+        for (const WriteStep& step : steps) {
+            const bool applies = step.scope == StepScope::Always
+                                 || (step.scope == StepScope::UnlessCopyOnly && !m_settings.IsCopyOnlyMode())
+                                 || (step.scope == StepScope::ServerOnly && m_settings.InstallServer());
+            if (applies && !RunStep(*this, m_settings, step.name, step.perform))
+                result = 0;
+        }
+        return result;
+    });
 }
 
 // ---- Registrations of other kinds that Write reaches. This build of the library does not

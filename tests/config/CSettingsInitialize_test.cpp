@@ -193,7 +193,7 @@ TEST_F(SettingsInitialize, BatchUninstallTakesWhatToRemoveThenTheAnswerFileChoic
     s = Run(1, 1);
     EXPECT_EQ(unsigned(CSettings::UNINSTALL_DROSVANE | CSettings::UNINSTALL_ALERT), s.Components());
     EXPECT_STREQ(s.CurrentDrosvanePath(), s.DrosvanePath());
-    ExpectFailed("Answer file " + m_dir / "SETUP.ICF failed (2) in Initialize");
+    ExpectFailed("Answer file " + m_dir / "SETUP.ICF failed (2) in CSettings::Initialize");
     EXPECT_EQ(0u, Run(1, 0).Components()) << "an installation takes no uninstall choice";
 }
 

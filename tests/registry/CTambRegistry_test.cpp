@@ -142,6 +142,19 @@ LONG WINAPI FakeRegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type
     return RegSetValueExA(key, name, reserved, type, data, size);
 }
 
+// SetupCLS.dll's next allocation from the runtime heap fails, as under a passing shortage of
+// memory: the string that asked raises std::bad_alloc. Only the one fails; the runtime needs
+// the heap to raise the exception at all (with every allocation failing, it overflows its stack).
+bool g_failNextAllocation;
+void* __cdecl FakeMalloc(size_t size)
+{
+    if (g_failNextAllocation) {
+        g_failNextAllocation = false;
+        return nullptr;
+    }
+    return malloc(size);
+}
+
 // BRAND.dll's ordinal 101, answered here so that each call is counted. It answers FALSE: the
 // text it writes is taken all the same.
 int g_brandCalls;
@@ -483,6 +496,19 @@ TEST_F(CTambRegistryIntercepted, FailedWriteStepIsTracedWithItsStatusAndTheOther
     EXPECT_EQ(0, CTambRegistry(Settings(105)).Write());
     EXPECT_EQ("C:\\Drosvane\\|C:\\Drosvane\\DATABASE|-|C:\\Drosvane\\TEMP|User|Company|1|1|0|2", Written());
     EXPECT_NE(std::string::npos, Log().find("\tLog directory failed (5) in CTambRegistry::Write\r\n")) << Log();
+}
+
+TEST_F(CTambRegistryIntercepted, WriteOutOfMemoryFailsWithoutAnException)
+{
+    CTambRegistry registry(Settings(105));
+    // malloc's declaration carries attributes that the macro's type check cannot compare.
+    ImportHook hook{"msvcrt.dll", "malloc", reinterpret_cast<void*>(&FakeMalloc)};
+    ASSERT_TRUE(hook.installed());
+    g_failNextAllocation = true;
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(0, registry.Write());
+    EXPECT_FALSE(g_failNextAllocation) << "Write allocated nothing";
+    EXPECT_EQ(static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY), GetLastError());
 }
 
 TEST_F(CTambRegistryIntercepted, NoUninstallEntryBeforeNT4)
