@@ -123,7 +123,8 @@ CString DefaultProductFolder()
     char programs[MAX_PATH + 1];
     unsigned long size = sizeof(programs);
     CString folder;
-    if (regview::ReadText(HKEY_LOCAL_MACHINE, kWindowsCurrentVersionKey, kProgramFilesDir, programs, size) == ERROR_SUCCESS)
+    if (regview::ReadText(HKEY_LOCAL_MACHINE, kWindowsCurrentVersionKey, kProgramFilesDir, programs, size)
+        == ERROR_SUCCESS)
         folder = programs;
     else
         folder.Format("%c:\\Program Files", CComputer::FindFirstHardDrive());

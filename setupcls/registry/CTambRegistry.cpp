@@ -335,7 +335,8 @@ int CTambRegistry::SetDrosvaneDatabase()
         return 0;
     const int written = SetDrosvaneDatabase(m_settings.InstallDBType());
     const DWORD status = failure::StatusOf(written);
-    const bool variable = RunStep(*this, m_settings, "Environment variable CATPATH", &CTambRegistry::WriteCatalogPathVariable);
+    const bool variable =
+        RunStep(*this, m_settings, "Environment variable CATPATH", &CTambRegistry::WriteCatalogPathVariable);
     if (!written)
         SetLastError(status);  // the database type's failure is the one Write reports
     return written && variable ? 1 : 0;

@@ -127,22 +127,26 @@ int CTambRegistry::SetDrosvaneCompany(const char* company)
 
 int CTambRegistry::SetDrosvaneManager(int on)
 {
-    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sManager, static_cast<DWORD>(on)));
+    const CString key = Join(m_sDrosvaneBaseKey, m_sComponentsSubKey);
+    return failure::ResultOf(WriteLocalNumber(key, m_sManager, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneServer(int on)
 {
-    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sServer, static_cast<DWORD>(on)));
+    const CString key = Join(m_sDrosvaneBaseKey, m_sComponentsSubKey);
+    return failure::ResultOf(WriteLocalNumber(key, m_sServer, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneAdmin(int on)
 {
-    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sComponentsSubKey), m_sAdmin, static_cast<DWORD>(on)));
+    const CString key = Join(m_sDrosvaneBaseKey, m_sComponentsSubKey);
+    return failure::ResultOf(WriteLocalNumber(key, m_sAdmin, static_cast<DWORD>(on)));
 }
 
 int CTambRegistry::SetDrosvaneDatabase(int type)
 {
-    return failure::ResultOf(WriteLocalNumber(Join(m_sDrosvaneBaseKey, m_sDatabaseSubKey), m_sDatabaseType, static_cast<DWORD>(type)));
+    const CString key = Join(m_sDrosvaneBaseKey, m_sDatabaseSubKey);
+    return failure::ResultOf(WriteLocalNumber(key, m_sDatabaseType, static_cast<DWORD>(type)));
 }
 
 int CTambRegistry::SetAgentHomeDir(const char* dir)
