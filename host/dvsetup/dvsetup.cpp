@@ -95,13 +95,18 @@ CString ProductKeyPath(const char* sub)
     return key;
 }
 
-bool KeyExists(const char* key, REGSAM view)
+// The key below HKEY_LOCAL_MACHINE in one registry view, opened for reading; empty when it
+// cannot be opened.
+UniqueKey OpenForRead(const char* key, REGSAM view)
 {
     UniqueKey handle;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view, handle.put()) == ERROR_SUCCESS)
-        return true;
-    handle.release();  // a failed call leaves no key
-    return false;
+    handle.kept(RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view, handle.put()));
+    return handle;
+}
+
+bool KeyExists(const char* key, REGSAM view)
+{
+    return static_cast<bool>(OpenForRead(key, view));
 }
 
 bool KeyExistsInAnyView(const char* key)
@@ -127,12 +132,9 @@ const char* const kProductFolders[] = {"", "DATABASE", "LOG", "TEMP"};
 // last thing in it: another product of the maker keeps it.
 void DeleteMakerKeyWhenEmpty()
 {
-    UniqueKey maker;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sTamberlyKey, 0, KEY_READ | KEY_WOW64_32KEY,
-                      maker.put()) != ERROR_SUCCESS) {
-        maker.release();  // a failed call leaves no key
+    UniqueKey maker = OpenForRead(CTambRegistry::m_sTamberlyKey, KEY_WOW64_32KEY);
+    if (!maker)
         return;
-    }
     DWORD keys = 1, values = 1;
     const bool empty = RegQueryInfoKeyA(maker.get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
                                         nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
@@ -222,11 +224,9 @@ void PrintKey(const char* key)
         const char* name;
     } views[] = {{KEY_WOW64_32KEY, "32-bit view"}, {KEY_WOW64_64KEY, "64-bit view"}};
     for (const auto& view : views) {
-        UniqueKey handle;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, KEY_READ | view.view, handle.put()) != ERROR_SUCCESS) {
-            handle.release();  // a failed call leaves no key
+        UniqueKey handle = OpenForRead(key, view.view);
+        if (!handle)
             continue;
-        }
         printf("  HKLM\\%s  [%s]\n", key, view.name);
         for (DWORD index = 0;; ++index) {
             char name[256];

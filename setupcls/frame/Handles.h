@@ -54,6 +54,15 @@ public:
 
     T release() { return std::exchange(m_value, Traits::invalid()); }
 
+    // The Win32 status of the call that wrote through put(), handed back. A call that failed may
+    // leave anything in its output: that is no handle, so it is let go, never closed.
+    LONG kept(LONG status)
+    {
+        if (status != ERROR_SUCCESS)
+            release();
+        return status;
+    }
+
     void reset(T value = Traits::invalid())
     {
         T old = std::exchange(m_value, value);

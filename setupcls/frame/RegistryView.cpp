@@ -4,27 +4,15 @@
 
 namespace regview {
 
-namespace {
-
-// Whatever a failed call left in its output is no key: it is let go, never closed.
-LONG Kept(LONG status, UniqueKey& key)
-{
-    if (status != ERROR_SUCCESS)
-        key.release();
-    return status;
-}
-
-}  // namespace
-
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
 {
-    return Kept(RegOpenKeyExA(root, path, 0, access | kProductView, key.put()), key);
+    return key.kept(RegOpenKeyExA(root, path, 0, access | kProductView, key.put()));
 }
 
 LONG CreateKey(HKEY root, const char* path, UniqueKey& key)
 {
-    return Kept(RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS | kProductView, nullptr, key.put(), nullptr),
-                key);
+    return key.kept(
+        RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS | kProductView, nullptr, key.put(), nullptr));
 }
 
 LONG DeleteKey(HKEY root, const char* path)

@@ -180,11 +180,9 @@ void CTambRegistry::ConnectRoot(const char* machine)
         return;
     m_sMachine = machine;
     auto remote = std::make_shared<RemoteRoot>(m_sMachine);
-    LONG status = RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote->key.put());
-    if (status != ERROR_SUCCESS) {
-        remote->key.release();  // whatever the failed call left there is no key
+    LONG status = remote->key.kept(RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote->key.put()));
+    if (status != ERROR_SUCCESS)
         SETUPCLS_TRACE_FAILURE(m_settings.LogFile(), status, "RegConnectRegistryA \\\\%s", m_sMachine.GetString());
-    }
     m_hRoot = remote->key.get();
     m_remote = remote;
 }

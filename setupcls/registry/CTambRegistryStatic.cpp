@@ -28,13 +28,10 @@ int ReadTextFromKeys(HKEY root, const KeyList& keys, const char* value, char* bu
         return 0;
     buffer[0] = '\0';
     for (const CString& name : keys) {
-        UniqueKey key;
-        if (regview::OpenKey(root ? root : HKEY_LOCAL_MACHINE, name, KEY_READ, key) != ERROR_SUCCESS)
-            continue;
         // Only a text read whole ends the walk; a value too long for the buffer or of another
-        // type is passed over like a missing one, and QueryText leaves the buffer empty then.
+        // type is passed over like a missing key, and ReadText leaves the buffer empty then.
         unsigned long bytes = size;
-        if (regview::QueryText(key.get(), value, buffer, bytes) == ERROR_SUCCESS) {
+        if (regview::ReadText(root ? root : HKEY_LOCAL_MACHINE, name, value, buffer, bytes) == ERROR_SUCCESS) {
             size = bytes;
             return 1;
         }

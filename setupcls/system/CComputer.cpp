@@ -107,20 +107,17 @@ bool ReadVersion(OSVERSIONINFOA& info)
 }
 
 // HKEY_LOCAL_MACHINE of another machine; empty when it cannot be reached.
-// A failed call may leave anything in its output: that is no key, and is not closed.
 UniqueKey ConnectMachineRegistry(const char* machine)
 {
     UniqueKey key;
-    if (RegConnectRegistryA(machine, HKEY_LOCAL_MACHINE, key.put()) != ERROR_SUCCESS)
-        key.release();
+    key.kept(RegConnectRegistryA(machine, HKEY_LOCAL_MACHINE, key.put()));
     return key;
 }
 
 UniqueKey OpenKeyForRead(HKEY root, const char* path)
 {
     UniqueKey key;
-    if (RegOpenKeyExA(root, path, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
-        key.release();
+    key.kept(RegOpenKeyExA(root, path, 0, KEY_READ, key.put()));
     return key;
 }
 

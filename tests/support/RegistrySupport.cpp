@@ -11,11 +11,9 @@ using Key = UniqueKey;
 Key Open(REGSAM view, const std::string& key, REGSAM access, bool create = false)
 {
     Key handle;
-    LONG status = create ? RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, access | view, nullptr,
-                                           handle.put(), nullptr)
-                         : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, handle.put());
-    if (status != ERROR_SUCCESS)
-        handle.release();  // a failed call leaves no key
+    handle.kept(create ? RegCreateKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, access | view, nullptr,
+                                         handle.put(), nullptr)
+                       : RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, access | view, handle.put()));
     return handle;
 }
 
