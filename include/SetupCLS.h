@@ -14,5 +14,7 @@
 #include "CTambRegistry.h"
 #include "CSetupIcf.h"
 #include "CComputer.h"
+#include "CService.h"
+#include "CFirewall.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"

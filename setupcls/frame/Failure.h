@@ -9,8 +9,8 @@
 // where <what failed> names the Win32 call with the argument that matters (or the step that
 // failed), <status> is the Win32 status in decimal, and <function> is the library function that
 // made the call. The leading TAB sets failure lines one column to the right of the step they
-// belong to. HRESULTs get a form of the same shape (the status as 0x%08lX) beside TraceStatus
-// when the first COM operation arrives. Failure texts that support documents quote word for
+// belong to. The firewall's COM operations trace nothing: their HRESULTs go into the fixed
+// message texts the firewall object keeps for its caller. Failure texts that support documents quote word for
 // word are written as they stand by TraceFailureText; the TAB is added there, never written
 // into the literal.
 //

@@ -14,6 +14,7 @@
 #include <lm.h>
 #include <ntsecapi.h>
 #include <objbase.h>
+#include <oleauto.h>
 #include <winnetwk.h>
 #include <winsvc.h>
 
@@ -100,6 +101,8 @@ inline void CloseService(SC_HANDLE service) { CloseServiceHandle(service); }
 inline void FreeAllocatedSid(PSID sid) { FreeSid(sid); }
 inline void ClosePolicy(LSA_HANDLE policy) { LsaClose(policy); }
 inline void FreePolicyMemory(PVOID memory) { LsaFreeMemory(memory); }
+inline void FreeBstr(BSTR text) { SysFreeString(text); }
+inline void UnlockDatabase(SC_LOCK lock) { UnlockServiceDatabase(lock); }
 template <typename P>
 void FreeLocalAs(P memory) { LocalFree(memory); }
 
@@ -127,6 +130,8 @@ using UniqueFile = UniqueAny<handle_detail::MinusOneInvalid<handle_detail::Close
 using UniqueFind = UniqueAny<handle_detail::MinusOneInvalid<handle_detail::CloseFind>>;
 // The service control manager and services (OpenSCManagerA, OpenServiceA, CreateServiceA).
 using UniqueService = UniqueAny<handle_detail::NullInvalid<SC_HANDLE, handle_detail::CloseService>>;
+// The service control manager's database lock (LockServiceDatabase).
+using UniqueServiceLock = UniqueAny<handle_detail::NullInvalid<SC_LOCK, handle_detail::UnlockDatabase>>;
 // A SID of AllocateAndInitializeSid.
 using UniqueSid = UniqueAny<handle_detail::NullInvalid<PSID, handle_detail::FreeAllocatedSid>>;
 // A local security authority policy (LsaOpenPolicy) and the memory its calls return
@@ -136,6 +141,8 @@ using UniquePolicyMemory = UniqueAny<handle_detail::NullInvalid<PVOID, handle_de
 // A COM interface pointer; put() receives it from CoCreateInstance or a property getter.
 template <typename I>
 using UniqueCom = UniqueAny<handle_detail::ComReference<I>>;
+// A text handed to a COM call (SysAllocString).
+using UniqueBstr = UniqueAny<handle_detail::NullInvalid<BSTR, handle_detail::FreeBstr>>;
 
 // COM for the length of a scope, in the apartment mode asked for. A thread whose apartment was
 // already started in the other mode answers RPC_E_CHANGED_MODE: COM is usable all the same, and
