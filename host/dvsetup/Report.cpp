@@ -7,15 +7,17 @@
 
 bool StepReport::Step(const char* name, bool ok)
 {
+    const DWORD error = GetLastError();  // the library's reason, read before anything else runs
     ++m_steps;
-    if (!ok)
-        ++m_failures;
-    printf("  %-7s %s\n", ok ? "ok" : "FAILED", name);
-    fflush(stdout);
-    if (ok)
+    if (ok) {
+        printf("  %-7s %s\n", "ok", name);
         CLog::Write(m_traceFile, "%s", name);
-    else
-        CLog::Write(m_traceFile, "\tFailed: %s", name);
+    } else {
+        ++m_failures;
+        printf("  %-7s %s (error %lu)\n", "FAILED", name, error);
+        CLog::Write(m_traceFile, "\tFailed: %s (error %lu)", name, error);
+    }
+    fflush(stdout);
     return ok;
 }
 

@@ -8,7 +8,8 @@ class StepReport {
 public:
     explicit StepReport(const char* traceFile) : m_traceFile(traceFile) {}
 
-    // Reports the step and passes its outcome on.
+    // Reports the step and passes its outcome on; a failed step with the Win32 error the failing
+    // call left (GetLastError as the step ends).
     bool Step(const char* name, bool ok);
     // A line of information under the current step.
     void Note(const char* format, ...);

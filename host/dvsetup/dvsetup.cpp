@@ -11,6 +11,7 @@
 // and trace files default to DVSETUP.LOG and DVSETUP.TRC in the temporary folder. The exit code
 // is the number of failed steps (2 for a wrong command line).
 #include "Report.h"
+#include "Services.h"
 
 #include "SetupCLS.h"
 #include "Handles.h"
@@ -178,6 +179,8 @@ int Install(SetupRun& run)
     uninstall.Format("\"%sdvsetup.exe\" uninstall", run.medium.GetString());
     report.Step("Write the Add or Remove Programs entry",
                 CTambRegistry::CreateUninstallKey(CTambRegistry::m_sDrosvane, settings.ProductName(), uninstall) != 0);
+
+    InstallServices(report, run.medium, settings.DrosvanePath());
     return report.Finish("install");
 }
 
@@ -190,6 +193,8 @@ int Uninstall(SetupRun& run)
     CSettings settings(&run.info, 1);
     report.Step("Build the installation settings", settings.Initialize() != 0);
     CTambRegistry registry(settings, 0);
+
+    UninstallServices(report, settings.CurrentDrosvanePath());
 
     CTambRegistry::DeleteUninstallKey(CTambRegistry::m_sDrosvane);
     report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath()));
@@ -292,6 +297,7 @@ int Status(SetupRun& run)
         PrintKey(ProductKeyPath(sub));
     PrintKey(CTambRegistry::m_sProductsKey);
     PrintKey(UninstallKeyPath());
+    PrintServices(settings.CurrentDrosvanePath());
     return installed ? 0 : 1;
 }
 

@@ -171,7 +171,7 @@ DWORD StopDependents(const char* name, int wait)
 
 // Stops the open service. A stop already under way counts as done and is not waited for. With
 // wait, polls once a second for the service's stop wait hint (in whole seconds, at least one)
-// plus one second at most.
+// plus one second at most. Without, the answer is the state the stop control handed back.
 DWORD StopOpenService(SC_HANDLE service, const char* name, int wait, int stopDependents)
 {
     SERVICE_STATUS status = {};
@@ -187,11 +187,16 @@ DWORD StopOpenService(SC_HANDLE service, const char* name, int wait, int stopDep
         if (!ControlService(service, SERVICE_CONTROL_STOP, &status))
             return GetLastError();
     }
+    // The status a stop control hands back may be the one from before the stop (Wine's is), so
+    // the wait starts from the service's state as it is now; and a service that has not yet
+    // reported the stop it accepted is waited for as a pending stop is.
+    if (wait && !QueryServiceStatus(service, &status))
+        return GetLastError();
     if (wait) {
         DWORD count = status.dwWaitHint / 1000;
         if (count == 0)
             count = 1;
-        while (status.dwCurrentState == SERVICE_STOP_PENDING) {
+        while (status.dwCurrentState == SERVICE_STOP_PENDING || status.dwCurrentState == SERVICE_RUNNING) {
             Sleep(1000);
             if (!QueryServiceStatus(service, &status) || count == 0)
                 break;

@@ -1,7 +1,9 @@
 // The reference installer host end to end: install from the example medium, read the
 // installation back, remove it. The product's keys land in the 32-bit view, from either build
-// of the library, and are gone after the uninstall.
+// of the library, and are gone after the uninstall; its services run after the install and are
+// gone after the uninstall.
 #include "RegistrySupport.h"
+#include "ServiceSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -30,9 +32,16 @@ TEST(Dvsetup, InstallStatusUninstall)
     ScopedRegistryKeys cleanup({kMakerKey, kUninstallKey});
     const bool makerFolderExisted = GetFileAttributesA(kMakerFolder) != INVALID_FILE_ATTRIBUTES;
     TempDir logs;
+    ScopedService jobEngine("QDVJobEngine"), messageEngine("QDVMessageEngine");
 
     std::string output;
     ASSERT_EQ(0, RunProgramCapture(Dvsetup("install", logs), output)) << output;
+    for (const ScopedService* service : {&jobEngine, &messageEngine}) {
+        EXPECT_EQ(static_cast<DWORD>(SERVICE_RUNNING), service->State()) << service->name();
+        const ServiceConfigText config = ReadServiceConfig(service->name());
+        EXPECT_EQ(static_cast<DWORD>(SERVICE_AUTO_START), config.startType) << service->name();
+    }
+    EXPECT_EQ("\"" + kHome + "JOBENG.EXE\"", ReadServiceConfig("QDVJobEngine").binaryPath);
     EXPECT_EQ(kHome, RegRead(kView32, kProductKey + "\\Base\\Path", "HOME"));
     EXPECT_EQ(kHome + "LOG", RegRead(kView32, kProductKey + "\\Base\\Path", "LOG"));
     EXPECT_EQ("Example Administrator", RegRead(kView32, kProductKey + "\\Base\\User", "Name"));
@@ -45,15 +54,18 @@ TEST(Dvsetup, InstallStatusUninstall)
     ASSERT_EQ(0, RunProgramCapture(Dvsetup("status", logs), output)) << output;
     EXPECT_NE(std::string::npos, output.find("HKLM\\" + kProductKey + "\\Base\\Path  [32-bit view]")) << output;
     EXPECT_NE(std::string::npos, output.find("version ")) << output;
+    EXPECT_NE(std::string::npos, output.find("QDVMessageEngine   running, automatic start")) << output;
 
     ASSERT_EQ(0, RunProgramCapture(Dvsetup("uninstall", logs), output)) << output;
     EXPECT_FALSE(RegKeyExists(kView32, kProductKey));
     EXPECT_FALSE(RegKeyExists(kView32, kUninstallKey));
+    EXPECT_EQ(0u, jobEngine.State()) << "removed";
+    EXPECT_EQ(0u, messageEngine.State()) << "removed";
     EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(kHome.c_str()));
     EXPECT_EQ(1, RunProgramCapture(Dvsetup("status", logs), output)) << "status after uninstall: " << output;
 
     const std::string trace = ReadFileBytes(logs / "dvsetup.trc");
-    EXPECT_NE(std::string::npos, trace.find("install finished: 6 steps, 0 failed")) << trace;
+    EXPECT_NE(std::string::npos, trace.find("install finished: 17 steps, 0 failed")) << trace;
     // The machine is left as it was: the maker's key and folder go with the last product in them.
     EXPECT_EQ(makerKeyExisted, RegKeyExists(kView32, kMakerKey));
     EXPECT_EQ(makerFolderExisted, GetFileAttributesA(kMakerFolder) != INVALID_FILE_ATTRIBUTES);

@@ -9,11 +9,12 @@
 // The macro checks at compile time that the stub has the Windows function's exact type, and
 // ends the test (a fatal failure naming the function) when the import cannot be hooked.
 //
-// Suites that use it carry "Intercepted" in their name. The machine's disks and Windows version
-// are shown this way now; the service manager's failure actions and access lists, the local
-// security authority's account rights and the firewall objects, which Wine only stubs or lacks,
-// are to be shown the same way: the stub records the call's arguments and answers as Windows
-// would, and the test checks both the call and the library's reaction to the answer.
+// Suites that use it carry "Intercepted" in their name. The machine's disks and Windows version,
+// the service manager's access lists, failure actions and database lock, a stop refused for
+// running dependents, and the firewall objects are shown this way, as Wine only stubs them or
+// does otherwise; the local security authority's account rights are to be shown the same way.
+// The stub records the call's arguments and answers as Windows would, and the test checks both
+// the call and the library's reaction to the answer.
 #pragma once
 
 #include <windows.h>

@@ -1,0 +1,19 @@
+// The product's services on the machine, as dvsetup installs, reports and removes them: the job
+// engine and the message engine, run by the medium's programs of those names copied into the
+// product's home folder, each allowed through the firewall.
+#pragma once
+
+#include "Report.h"
+
+#include "CString.h"
+
+// Copies the service programs from the medium into home, installs each service (automatic
+// start, local system account), gives it its failure actions and access list, starts it and opens
+// the firewall for its program.
+void InstallServices(StepReport& report, const CString& medium, const CString& home);
+// Stops each service (and what depends on it), closes the firewall for its program and removes
+// it.
+void UninstallServices(StepReport& report, const CString& home);
+// Prints each service's state, start type, program and dependencies, and the firewall's answers.
+// Answers the number of services installed.
+int PrintServices(const CString& home);
