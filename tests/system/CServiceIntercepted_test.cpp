@@ -208,7 +208,10 @@ protected:
         ASSERT_TRUE(m_service.Create()) << GetLastError();
     }
     void TearDown() override { g = Calls(); }
-    ScopedService m_service{"SetupCLSInterceptedService"};
+    // A name of each test's own: a service whose handles a test leaves open on purpose stays
+    // marked for deletion until the program ends.
+    ScopedService m_service{std::string("SetupCLS") +
+                            ::testing::UnitTest::GetInstance()->current_test_info()->name()};
 };
 
 const char kEveryone[] = "S-1-1-0 0 0 0x";
@@ -320,8 +323,8 @@ TEST_F(CServiceIntercepted, ChangeServiceInfoWorksUnderTheLockAndKeepsItOnlyForA
         std::vector<SC_LOCK> unlocks;
         const char *displayName, *description;
     } cases[] = {
-        {"lock refused", nullptr, nullptr, false, false, 0, {}, "SetupCLSInterceptedService", ""},
-        {"no such service", taken, "SetupCLSNoSuchService", false, false, 0, {}, "SetupCLSInterceptedService", ""},
+        {"lock refused", nullptr, nullptr, false, false, 0, {}, "", ""},
+        {"no such service", taken, "SetupCLSNoSuchService", false, false, 0, {}, "", ""},
         {"description refused", taken, nullptr, true, false, 0, {taken}, "Shown 3", ""},
         {"no description entry", taken, nullptr, false, true, 1, {taken}, "Shown 4", ""},
         {"both set", taken, nullptr, false, false, 1, {taken}, "Shown 5", "Described 5"},
@@ -339,7 +342,7 @@ TEST_F(CServiceIntercepted, ChangeServiceInfoWorksUnderTheLockAndKeepsItOnlyForA
                                               shown.c_str(), described.c_str()));
         EXPECT_EQ(c.unlocks, g.unlocks);
         const testsupport::ServiceConfigText config = testsupport::ReadServiceConfig(m_service.name());
-        EXPECT_EQ(c.displayName, config.displayName);
+        EXPECT_EQ(*c.displayName ? c.displayName : m_service.name(), config.displayName);
         EXPECT_EQ(c.description, config.description);
     }
 }
