@@ -350,6 +350,141 @@ public:
     static const char* OldTamberlyKey();
     static const char* OldProductsKey();
 
+    // ---- Alert component, event log, SNMP agents, environment (CTambRegistryAlert.cpp). Static
+    // forms write one value under the local HKEY_LOCAL_MACHINE (the alert key in the product's
+    // 32-bit view); object forms take the value from the settings and answer 0 unless a bit of
+    // KEY_WRITE is in the access mode. ----
+    static const char* const m_sALERT;                  // "ALERT"
+    static const char* const m_sAlert;                  // "Alert Notification Server", its event source
+    static const char* const m_sCurrentBuild;           // "CurrentBuild"
+    static const char* const m_sInstallDate;            // "InstallDate"
+    static const char* const m_sControl;                // "CONTROL"
+    static const char* const m_sEventLog;               // "EVENTLOG"
+    static const char* const m_sRegisteredCompany;      // "Company"
+    static const char* const m_sRegisteredLocation;     // "Location"
+    static const char* const m_sEventMessageFile;       // "EventMessageFile"
+    static const char* const m_sTypesSupported;         // "TypesSupported"
+    static const char* const m_sVexilanKey;             // the anti-virus server's service key
+    static const char* const m_sEventLogKey;            // "SYSTEM\CurrentControlSet\Services\EventLog\Application"
+    static const char* const m_sSNMPExtensionAgentsKey; // "SYSTEM\...\SNMP\Parameters\ExtensionAgents"
+    static const char* const m_sEnvironmentKey;         // "SYSTEM\...\Session Manager\Environment"
+
+    static int SetAlertCurrentBuild(const char* build);
+    static int SetAlertCurrentBuildNumber(const char* build);
+    static int SetAlertInstallDate(unsigned long secondsSince1970);
+    static int SetAlertRegisteredOwner(const char* owner);
+    static int SetAlertRegisteredOrganization(const char* organization);
+    static int SetAlertHomeDir(const char* dir);
+    static int SetAlertLogDir(const char* dir);
+    static int SetAlertControlDir(const char* dir);
+    static int SetAlertEventLogDir(const char* dir);
+    static int SetAlertCompany(const char* company);
+    static int SetAlertLocation(const char* location);
+    int SetAlertCurrentBuild();           // 0, writing nothing, when ALERT.EXE is not in the alert path
+    int SetAlertCurrentBuildNumber();
+    int SetAlertInstallDate();            // now, in seconds since 1970-01-01 UTC
+    int SetAlertRegisteredOwner();
+    int SetAlertRegisteredOrganization();
+    int SetAlertHomeDir();
+    int SetAlertLogDir();
+    int SetAlertControlDir();             // the Windows folder
+    int SetAlertEventLogDir();
+    int SetAlertCompany();
+    int SetAlertLocation();               // the registered company, as the company
+    // An event source of the Application log: its message file and the event types it reports.
+    static int SetEventLogApplication(const char* source, const char* messageFile, unsigned long types);
+    int SetAlertEventLog();
+    // The product's SNMP agent: its DLL's path under the Base key, and the agent among the SNMP
+    // service's extension agents (numbered after the greatest number; a missing SNMP service is
+    // no error).
+    static int SetDrosvaneSNMPPath(const char* path);
+    int SetDrosvaneSNMPPath();
+    static int SetSNMPRegistry(const char* agentKey);
+    static int DeleteSNMPRegistry(const char* agentKey);
+    int CreateDrosvaneSNMPKey();
+    int DeleteDrosvaneSNMPKey();
+    // System environment variables (HKEY_LOCAL_MACHINE's Session Manager); the getter reads the
+    // current user's. No change is broadcast.
+    static int SetEnvironmentVariableA(const char* name, const char* value);
+    static int GetEnvironmentVariableA(const char* name, char* buffer, unsigned long* size);
+    static int DeleteEnvironmentVariable(const char* name);
+    // LNNAME = "DROSVANE", then RNNAME = the computer name; 1 only when both were written.
+    int SetDrosvaneEnvironmentVariables();
+    // CATPATH = the product path + "DATABASE".
+    int SetDrosvaneCatalogPath();
+
+    // ---- Shell extension and job script files (CTambRegistryShell.cpp). ----
+    static const char* const m_sDrosvaneShellExtension;
+    static const char* const m_sDrosvaneShellExtensionCLSID;
+    static const char* const m_sDrosvaneShellExtensionCLSIDKey;
+    static const char* const m_sDrosvaneShellExtensionInProcServerKey;
+    static const char* const m_sThreadingModel;
+    static const char* const m_sShellExtApprovedKey;
+    static const char* const m_sDrivePropertySheetHandler;
+    static const char* const m_sDriveMenuHandler;
+    static const char* const m_sDirMenuHandler;
+    static const char* const m_sAllMenuHandler;
+    static const char* const m_sDrosvaneScriptExtension;
+    static const char* const m_sDrosvaneScriptFile;
+    static const char* const m_sDrosvaneScriptDefaultIcon;
+    static const char* const m_sDrosvaneScriptFileShellExtension;
+    static const char* const m_sDrosvaneScriptIconHandler;
+    static const char* const m_sDrosvaneScriptMenuHandler;
+    static const char* const m_sDrosvaneScriptMenuHandlerCLSID;
+    static const char* const m_sDrosvaneScriptPropertySheetHandler;
+    static const char* const m_sDrosvaneScriptPropertySheetHandlerCLSID;
+    static const char* const m_sDrosvaneShellExtensionOld;
+    // dir: the product folder, ending in a back-slash.
+    static int SetDrosvaneShellExtension(const char* dir);
+    static int DeleteDrosvaneShellExtension(const char* dir);
+    int SetDrosvaneShellExtension();
+    int DeleteDrosvaneShellExtension();
+
+    // ---- Database and daemon tuning values under Base\Database (CTambRegistryTuning.cpp). ----
+    static const char* const m_sDaemonSize;     // "BackupDaemonBufferSize"
+    static const char* const m_sPruningFlag;    // "EnableDatabasePruning"
+    static const char* const m_sDelayFlag;      // "EnableDelayPruning"
+    static const char* const m_sPruningDays;    // "PruningDays"
+    static const char* const m_sPruningTime;    // "PruningTime"
+    static const char* const m_sSmartReaction;  // "SmartReaction"
+    static int SetDrosvaneDatabase(unsigned long type);
+    static int SetBackupDaemonBufferSize(unsigned long size);
+    static int SetDatabasePruning(unsigned long on);
+    static int SetDelayPruning(unsigned long on);
+    static int SetPruningDays(unsigned long days);
+    static int SetPruningTime(unsigned long time);
+    // The registry status; type is set when the value was read.
+    static unsigned long GetDrosvaneDatabase(unsigned long& type);
+    static void DeleteSmartReactionBranch();
+
+    // ---- Earlier products' keys, migration and uninstall clean-up (CTambRegistryMigration.cpp). ----
+    static int DeleteSubKeys(HKEY root, const char* key);
+    static void DeleteOldDrosvaneKey(CString key);
+    static void UpdateRPCImagePath(CString path);
+    void CreateOldProdDscrpt();
+    void DeleteOldProdDscrpt();
+    static int ExistOther_DBAgents(CString agent, int generation, CString& found);
+    static int GetDBAgentHomeDir(CString agent, char* buffer, unsigned long* size, int generation, HKEY root);
+    static void DeleteAgentSubKeys(CString agent, int generation);
+    int GetOldProductRootKey_ForUpg(char* buffer, HKEY root);
+    int IsProductInstalledWithoutBase(HKEY root);
+    int IsBetaUpgProductInstalledWithoutBase(HKEY root);
+    int DeleteDynamicKey();
+    int Delete();
+    void DeleteDrosvaneBaseBranch();
+    void DeleteDrosvaneUserBranches();
+    void DeleteTamberlyUserBranches(int all);
+    static void DeleteTamberlyBranch(int all);
+    static void DeleteDrosvaneBranch(int all);
+    void DeleteAlertBranch();
+
+    // ---- Access rights of a registry key (CTambRegistryAccess.cpp). ----
+    // Everyone reads; Backup Operators and Administrators have full control; inherited by sub
+    // keys; the parent's entries cut off. key must be open with WRITE_DAC. 0 only for a null key.
+    static int AddAccessPermissionOnRegistryKey(HKEY key, int wow64View);
+    // The effective rights of the built-in group S-1-5-32-<rid> under the key's access list.
+    static int GetBuiltinDomainAccessMaskOnKey(HKEY key, unsigned long rid, unsigned long& mask);
+
 private:
     // The connection to another machine's registry, shared by the copies of an object and
     // released with the last of them.
