@@ -458,19 +458,49 @@ public:
     static void DeleteSmartReactionBranch();
 
     // ---- Earlier products' keys, migration and uninstall clean-up (CTambRegistryMigration.cpp). ----
+    // Keys under HKEY_LOCAL_MACHINE\SOFTWARE in the product's 32-bit view; a root of null means
+    // HKEY_LOCAL_MACHINE.
+    static const char* const m_sProfileListKey;  // "SOFTWARE\Microsoft\Windows NT\CurrentVersion\ProfileList"
+    // Every key below key, deepest first; key itself stays. 1 when all went; 0 for a null root,
+    // an empty key, a key that cannot be opened or a sub key that could not be deleted.
     static int DeleteSubKeys(HKEY root, const char* key);
+    // A key of the oldest generation, named below "SOFTWARE\Tamberly" or by its full path there:
+    // its tree, then the key, then "SOFTWARE\Tamberly" once nothing else is below it.
     static void DeleteOldDrosvaneKey(CString key);
+    // ImagePath of the database agents' RPC service becomes path (REG_EXPAND_SZ) when it differs
+    // in more than letter case and path, its variables expanded, names an existing file.
     static void UpdateRPCImagePath(CString path);
+    // The database agents' records (names beginning "dba", 49 bytes at most) of the oldest
+    // generation copied to / removed from "SOFTWARE\Brannoch\DrosvaneIT\OldDBAgents".
     void CreateOldProdDscrpt();
     void DeleteOldProdDscrpt();
+    // Database agents of one installation. generation: 0 the product's own keys, 1 the 11.5
+    // generation, 2 IT, 3 the oldest (agents under "SOFTWARE\Tamberly\DSAgent\CurrentVersion"),
+    // 4 the enterprise generation, 5 the enterprise product of the earlier naming; any other
+    // number gives 0 and does nothing. An agent is one key name.
+    // 1 when a database agent other than agent has a record; found names it (else empty).
     static int ExistOther_DBAgents(CString agent, int generation, CString& found);
+    // The agent's folder: Path of the agent's "Common" key, else the client agent's Path, else
+    // the product's HOME, in that installation. size: in, the buffer's bytes; out, the bytes read.
     static int GetDBAgentHomeDir(CString agent, char* buffer, unsigned long* size, int generation, HKEY root);
+    // The agent's key in that installation, with everything below it.
     static void DeleteAgentSubKeys(CString agent, int generation);
+    // The root key of the installation whose product record is found first (the generations'
+    // order above) into buffer, which holds MAX_PATH bytes; 1 when found, else 0 and empty.
     int GetOldProductRootKey_ForUpg(char* buffer, HKEY root);
+    // The product's Base key is missing while BuildNumber (REG_DWORD or decimal text) of the
+    // product key's "Diagnostic" sub key is there; the beta form also wants that build to equal
+    // BetaUpgVer of "mastersetup.inf" in the settings' source folder.
     int IsProductInstalledWithoutBase(HKEY root);
     int IsBetaUpgProductInstalledWithoutBase(HKEY root);
+    // The sub keys the running product makes, with their trees; 1 unless one could not go.
     int DeleteDynamicKey();
+    // The product's keys, when the settings uninstall the product (uninstall mode, manager,
+    // server and administration); 0, touching nothing, otherwise. The maker's keys go whole only
+    // when the settings uninstall everything.
     int Delete();
+    // all != 0: the branch with everything below it; 0: the key alone, when nothing is below it.
+    // The user branches: the current user's and those of the loaded hives of every profile.
     void DeleteDrosvaneBaseBranch();
     void DeleteDrosvaneUserBranches();
     void DeleteTamberlyUserBranches(int all);

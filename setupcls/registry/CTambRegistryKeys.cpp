@@ -4,6 +4,7 @@
 
 #include "PathRules.h"
 #include "RegistryAccess.h"
+#include "RegistryView.h"
 
 namespace {
 
@@ -288,6 +289,29 @@ RecordList NamedRecordPlaces(const char* name)
     AddRows(keys, kRecordOrder, &Generation::products, "");
     keys.push_back(R::m_sOldDSAgentProductsKey);
     return RecordPlacesIn(keys, name);
+}
+
+// The oldest generation's database agents were a product of their own, with their keys and
+// records under "SOFTWARE\Tamberly\DSAgent\CurrentVersion"; their records may also stand among
+// the oldest generation's product records, which are looked at first. Every later generation
+// keeps its agents below its own root and their records in its own Products key.
+InstallationList Installations()
+{
+    using R = CTambRegistry;
+    InstallationList installations{
+        {R::m_sDrosvaneKey, R::m_sDrosvaneBaseKey, R::m_sAgentKey, {R::m_sProductsKey, R::m_sProductDrosvane},
+         R::m_sDrosvaneKey, {R::m_sProductsKey}}};
+    for (GenerationRow row : kRecordOrder) {
+        const Generation& generation = kGenerations[row];
+        Installation installation{generation.root, generation.base, generation.agent ? generation.agent : "",
+                                  {generation.products, generation.record}, generation.root, {generation.products}};
+        if (row == kOldest) {
+            installation.agentsRoot = regview::ParentKey(R::m_sOldDSAgentProductsKey);
+            installation.agentProducts.push_back(R::m_sOldDSAgentProductsKey);
+        }
+        installations.push_back(installation);
+    }
+    return installations;
 }
 
 RecordList RecordPlacesIn(const KeyList& keys, const char* name)

@@ -35,6 +35,21 @@ RecordList ProductRecordPlaces();                 // the product's own record
 RecordList NamedRecordPlaces(const char* name);   // any product's record, 32-bit view first
 RecordList RecordPlacesIn(const KeyList& keys, const char* name);  // each key's 32-bit view, then it
 
+// One installation of the product, of this generation or an earlier one: its root key, its
+// Base key, its client agent key (empty when it had none), its product record, and where its
+// database agents keep their keys and records.
+struct Installation {
+    CString root;
+    CString base;
+    CString agent;
+    RecordPlace record;
+    CString agentsRoot;
+    KeyList agentProducts;
+};
+using InstallationList = std::vector<Installation>;
+// The product's own installation, then the earlier ones in ProductRecordPlaces' order.
+InstallationList Installations();
+
 // key + sub key, joined as given ("...\Base" + "\Path").
 CString Join(const char* key, const char* subKey);
 
