@@ -477,13 +477,15 @@ public:
     // Database agents of one installation. generation: 0 the product's own keys, 1 the 11.5
     // generation, 2 IT, 3 the oldest (agents under "SOFTWARE\Tamberly\DSAgent\CurrentVersion"),
     // 4 the enterprise generation, 5 the enterprise product of the earlier naming; any other
-    // number gives 0 and does nothing. An agent is one key name.
-    // 1 when a database agent other than agent has a record; found names it (else empty).
+    // number gives 0 and does nothing. A record whose name begins "dba" is a database agent's.
+    // 1 when a database agent other than agent (in any letter case) has a record; found names
+    // the first (else empty).
     static int ExistOther_DBAgents(CString agent, int generation, CString& found);
     // The agent's folder: Path of the agent's "Common" key, else the client agent's Path, else
     // the product's HOME, in that installation. size: in, the buffer's bytes; out, the bytes read.
     static int GetDBAgentHomeDir(CString agent, char* buffer, unsigned long* size, int generation, HKEY root);
-    // The agent's key in that installation, with everything below it.
+    // The agent's key in that installation, with everything below it. The two agent operations
+    // take one key name: a name with a back-slash, or none, gives 0 and deletes nothing.
     static void DeleteAgentSubKeys(CString agent, int generation);
     // The root key of the installation whose product record is found first (the generations'
     // order above) into buffer, which holds MAX_PATH bytes; 1 when found, else 0 and empty.

@@ -374,7 +374,7 @@ int CTambRegistry::ExistOther_DBAgents(CString agent, int generation, CString& f
     return failure::ContainExceptions(0, [&] {
         found.Empty();
         Installation installation;
-        if (!IsAgentName(agent) || !InstallationOf(generation, installation))
+        if (!InstallationOf(generation, installation))
             return 0;
         for (const CString& products : installation.agentProducts) {
             for (const AgentRecord& other : AgentRecords(HKEY_LOCAL_MACHINE, products)) {

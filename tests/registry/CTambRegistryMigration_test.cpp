@@ -205,7 +205,8 @@ TEST_F(CTambRegistryMigration, ProductWithoutBaseIsFoundByItsDiagnosticBuild)
     const std::string build("\xD2\x04\0\0", 4), other("\x14\x05\0\0", 4);  // 1234 and 1300
     const struct { bool base; DWORD type; std::string data; const char* inf; int plain, beta; } rows[] = {
         {false, REG_DWORD, build, "1234", 1, 1}, {false, REG_SZ, std::string("1234", 5), "1234", 1, 1},
-        {false, REG_DWORD, other, "1234", 1, 0}, {false, REG_DWORD, build, nullptr, 1, 0},
+        {false, REG_DWORD, other, "1234", 1, 0}, {false, REG_DWORD, build, "1300", 1, 0},
+        {false, REG_DWORD, build, nullptr, 1, 0},
         {true, REG_DWORD, build, "1234", 0, 0}, {false, REG_SZ, std::string("abc", 4), "1234", 0, 0},
         {false, REG_DWORD, "", "1234", 0, 0}};
     CSettings settings;
