@@ -51,8 +51,8 @@ const char* const kDynamicSubKeys[] = {
     "Central Database Configuration", "Software\\Local AppWizard-Generated Applications", "ELODistributedServers",
     "BNOldProducts", "ProductsConfigInfo"};
 
-// Environment variables install writes and uninstall removes. RNNAME, the computer name, stays:
-// other products of the maker read it as well.
+// Environment variables that install writes and uninstall removes. RNNAME, the computer name
+// that install writes beside them, is left in place on purpose.
 const char kCatalogPathVariable[] = "CATPATH";
 const char kLnNameVariable[] = "LNNAME";
 
