@@ -6,10 +6,10 @@
 #include "Handles.h"
 #include "ImportHook.h"
 #include "RegistrySupport.h"
+#include "SecuritySupport.h"
 
 #include <aclapi.h>
 #include <gtest/gtest.h>
-#include <sddl.h>
 
 #include <string>
 #include <vector>
@@ -19,31 +19,6 @@ using namespace testsupport;
 namespace {
 
 const std::string kKey = "SOFTWARE\\SetupCLSTest\\Access";
-
-std::string SidText(PSID sid)
-{
-    char* text = nullptr;
-    if (!ConvertSidToStringSidA(sid, &text))
-        return "?";
-    std::string result(text);
-    LocalFree(text);
-    return result;
-}
-
-// "<sid> <ace type> <ace flags> <mask>" for each entry of an access list.
-std::vector<std::string> Entries(PACL list)
-{
-    std::vector<std::string> entries;
-    for (DWORD index = 0; list && index < list->AceCount; ++index) {
-        ACCESS_ALLOWED_ACE* ace = nullptr;
-        if (!GetAce(list, index, reinterpret_cast<void**>(&ace)))
-            continue;
-        char text[64];
-        snprintf(text, sizeof(text), " %u %u 0x%lX", ace->Header.AceType, ace->Header.AceFlags, ace->Mask);
-        entries.push_back(SidText(&ace->SidStart) + text);
-    }
-    return entries;
-}
 
 class CTambRegistryAccess : public ::testing::Test {
 protected:
@@ -89,7 +64,7 @@ TEST_F(CTambRegistryAccess, RuleIsEveryoneReadsBackupOperatorsAndAdministratorsF
                                       nullptr, descriptor.put()));
         const std::vector<std::string> expected = {"S-1-1-0 0 3 0x20019", "S-1-5-32-551 0 3 0xF003F",
                                                    "S-1-5-32-544 0 3 0xF003F"};
-        EXPECT_EQ(expected, Entries(list));
+        EXPECT_EQ(expected, AceEntries(list));
     }
 }
 
@@ -147,7 +122,7 @@ DWORD WINAPI FakeGetEffectiveRightsFromAclA(PACL list, PTRUSTEE_A trustee, PACCE
     g_rights.trustee = SidText(trustee->ptstrName);
     g_rights.form = trustee->TrusteeForm;
     g_rights.type = trustee->TrusteeType;
-    g_rights.entries = Entries(list);
+    g_rights.entries = AceEntries(list);
     *rights = g_rights.rights;
     return g_rights.answer;
 }
