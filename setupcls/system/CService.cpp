@@ -5,13 +5,12 @@
 // 0 once the handles are closed, so that GetLastError still tells the caller why.
 #include "CService.h"
 
+#include "AccessRules.h"
 #include "CComputer.h"
 #include "Failure.h"
 #include "Handles.h"
 #include "RegistryView.h"
 #include "TextRules.h"
-
-#include <aclapi.h>
 
 #include <cstring>
 #include <memory>
@@ -217,22 +216,6 @@ DWORD CurrentState(const char* name)
     return status.dwCurrentState;
 }
 
-DWORD NewSid(SID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first, DWORD second, UniqueSid& sid)
-{
-    return sid.kept(
-        failure::StatusOf(AllocateAndInitializeSid(&authority, count, first, second, 0, 0, 0, 0, 0, 0, sid.put())));
-}
-
-void SetEntry(EXPLICIT_ACCESS_A& entry, PSID sid, TRUSTEE_TYPE type, DWORD access)
-{
-    entry.grfAccessPermissions = access;
-    entry.grfAccessMode = SET_ACCESS;
-    entry.grfInheritance = NO_INHERITANCE;
-    entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
-    entry.Trustee.TrusteeType = type;
-    entry.Trustee.ptstrName = static_cast<LPSTR>(sid);
-}
-
 // Everyone may read a service on Windows 6 and later; before, and on the 9x family, only ask for
 // its status.
 DWORD EveryoneServiceAccess()
@@ -248,22 +231,8 @@ DWORD SetAccessList(const char* name)
 {
     if (IsEmptyText(name))
         return ERROR_INVALID_PARAMETER;
-    UniqueSid everyone, backupOperators, administrators;
-    DWORD status = NewSid(SECURITY_WORLD_SID_AUTHORITY, 1, SECURITY_WORLD_RID, 0, everyone);
-    if (status == ERROR_SUCCESS)
-        status = NewSid(SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_BACKUP_OPS,
-                        backupOperators);
-    if (status == ERROR_SUCCESS)
-        status = NewSid(SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS,
-                        administrators);
-    if (status != ERROR_SUCCESS)
-        return status;
-    EXPLICIT_ACCESS_A entries[3] = {};
-    SetEntry(entries[0], everyone.get(), TRUSTEE_IS_WELL_KNOWN_GROUP, EveryoneServiceAccess());
-    SetEntry(entries[1], backupOperators.get(), TRUSTEE_IS_GROUP, SERVICE_ALL_ACCESS);
-    SetEntry(entries[2], administrators.get(), TRUSTEE_IS_GROUP, SERVICE_ALL_ACCESS);
     UniqueLocalPtr<PACL> list;
-    status = list.kept(SetEntriesInAclA(3, entries, nullptr, list.put()));
+    DWORD status = access::ProductRule(EveryoneServiceAccess(), SERVICE_ALL_ACCESS, NO_INHERITANCE, list);
     if (status != ERROR_SUCCESS)
         return status;
     ServiceHandles handles;

@@ -38,7 +38,6 @@ TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
         ASSERT_GT(scrambled.size(), plain.size());
         EXPECT_NE(plain, std::string(scrambled.begin(), scrambled.begin() + plain.size()));
         EXPECT_EQ(Bytes(plain.begin(), plain.end()), Through(DVSET_ZORDecrypt, scrambled));
-
         // The text form: the same bytes, two lower-case digits each, then a zero.
         char text[DVSET_NUMSTR_TEXT_SIZE], pair[3];
         DWORD textLength = 0;
@@ -46,7 +45,7 @@ TEST_F(Scramble, RoundTripsBytesAndTextThroughTheLibrary)
         ASSERT_EQ(2 * scrambled.size(), textLength);
         for (size_t i = 0; i < scrambled.size(); ++i) {
             snprintf(pair, sizeof(pair), "%02x", scrambled[i]);
-            EXPECT_EQ(pair, std::string(text + 2 * i, 2));
+            EXPECT_EQ(pair, std::string(text + 2 * i, 2)) << "byte " << i;
             sawLowByte = sawLowByte || scrambled[i] < 0x10;
         }
         EXPECT_EQ('\0', text[textLength]);
@@ -67,9 +66,9 @@ TEST_F(Scramble, ResultThatDoesNotFitOrBadArgumentsLeaveTheCallersBuffersAlone)
     const Bytes scrambled = Through(DVSET_ZOREncrypt, Bytes(kPlain, kPlain + 8));
     length = 7;
     EXPECT_NE(0, DVSET_ZORDecrypt(scrambled.data(), 16, out.data(), &length));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZOREncrypt(nullptr, 8, out.data(), &length));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt(kPlain, 8, out.data(), nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, DVSET_ZORDecrypt_NUMSTR(nullptr, 4, out.data(), &length));
+    EXPECT_EACH(ERROR_INVALID_PARAMETER, ANSWER(DVSET_ZOREncrypt(nullptr, 8, out.data(), &length)),
+                ANSWER(DVSET_ZORDecrypt(kPlain, 8, out.data(), nullptr)),
+                ANSWER(DVSET_ZORDecrypt_NUMSTR(nullptr, 4, out.data(), &length)));
     EXPECT_EQ(ERROR_INVALID_DATA, DVSET_ZORDecrypt_NUMSTR("0g11", 4, out.data(), &length));
     EXPECT_NE(0, DVSET_ZORDecrypt_NUMSTR("", 0, out.data(), &length));  // nothing to unscramble
     EXPECT_EQ(7u, length);
@@ -93,8 +92,7 @@ TEST_F(Scramble, ResultThatDoesNotFitOrBadArgumentsLeaveTheCallersBuffersAlone)
 TEST_F(Scramble, MissingOrFailingLibraryLeavesTheCallersBuffersAlone)
 {
     const struct {
-        const char* library;  // copied into the current folder
-        const char* failure;  // the library's own answer
+        const char *library, *failure;  // copied into the current folder; the library's own answer
         int expected;
     } cases[] = {{nullptr, nullptr, ERROR_MOD_NOT_FOUND}, {"noexports.dll", nullptr, ERROR_PROC_NOT_FOUND},
                  {"DVDCEN.DLL", "1234", 1234}};
@@ -106,10 +104,10 @@ TEST_F(Scramble, MissingOrFailingLibraryLeavesTheCallersBuffersAlone)
         Bytes out(32, 0xCC);
         DWORD length = 32, textLength = 0;
         char text[DVSET_NUMSTR_TEXT_SIZE] = "untouched";
-        EXPECT_EQ(c.expected, DVSET_ZOREncrypt(kPlain, 8, out.data(), &length));
-        EXPECT_EQ(c.expected, DVSET_ZORDecrypt(kPlain, 8, out.data(), &length));
-        EXPECT_EQ(c.expected, DVSET_ZORDecrypt_NUMSTR("0011223344556677", 16, out.data(), &length));
-        EXPECT_EQ(c.expected, DVSET_ZOREncrypt_NUMSTR(kPlain, 8, text, &textLength));
+        EXPECT_EACH(c.expected, ANSWER(DVSET_ZOREncrypt(kPlain, 8, out.data(), &length)),
+                    ANSWER(DVSET_ZORDecrypt(kPlain, 8, out.data(), &length)),
+                    ANSWER(DVSET_ZORDecrypt_NUMSTR("0011223344556677", 16, out.data(), &length)),
+                    ANSWER(DVSET_ZOREncrypt_NUMSTR(kPlain, 8, text, &textLength)));
         EXPECT_EQ(Bytes(32, 0xCC), out);
         EXPECT_EQ(32u, length);
         EXPECT_STREQ("untouched", text);
@@ -135,11 +133,15 @@ TEST(Is3DESEncrypt, IsTrueOnlyForMethodFour)
 {
     TempDir dir;
     const std::string file = dir / "SETUP.ICF";
-    for (const char* em : {"EM=4\r\n", "EM=3\r\n", "EM=04\r\n", ""}) {
-        ASSERT_TRUE(WriteFileBytes(file, std::string("[INSTALL]\r\n") + em));
-        EXPECT_EQ(strchr(em, '4') ? 1 : 0, DVSET_Is3DESEncrypt(file.c_str())) << em;
+    const std::pair<const char*, int> cases[] = {{"EM=4\r\n", 1}, {"EM=3\r\n", 0}, {"EM=04\r\n", 1}, {"", 0}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(WriteFileBytes(file, std::string("[INSTALL]\r\n") + c.first));
+        EXPECT_EQ(c.second, DVSET_Is3DESEncrypt(file.c_str())) << c.first;
     }
+    // Without a file name WIN.INI is not read in its place, even where it names method four.
+    ASSERT_TRUE(WriteProfileStringA("INSTALL", "EM", "4"));
     EXPECT_EACH(0, ANSWER(DVSET_Is3DESEncrypt(nullptr)), ANSWER(DVSET_Is3DESEncrypt("")));
+    WriteProfileStringA("INSTALL", nullptr, nullptr);
 }
 
 // The plain functions are reached by installer scripts through their undecorated names.
@@ -152,45 +154,37 @@ TEST(Exports, ScramblingFunctionsAreFoundByName)
 }
 
 // A setup program in a folder of its own (a copy of the fixture program) scrambles through
-// SetupCLS.dll and reports the DVDCEN.DLL loaded, the library environment and its current folder
-// afterwards. Paths are under a fresh folder; "" is nothing.
+// SetupCLS.dll and reports the DVDCEN.DLL loaded, TS_HOME and R_SHLIB_LD_LIBRARY_PATH (both the
+// library's folder, but a TS_HOME set before stays) and its current folder afterwards.
+// Paths are under a fresh folder, whose "empty" folder is current; "" is nothing.
 TEST(LibrarySearch, FindsTheLibraryInItsOrder)
 {
     const struct {
         const char *program, *setupcls;  // the setup program; a copy of SetupCLS.dll, or null for the build's
         const char *inf, *infFolder;     // SETUP.INF, or null; its library folder, or null for no key
         std::vector<const char*> libraries;  // folders with a DVDCEN.DLL
-        const char *loaded, *tsHome, *shlibPath, *currentFolder;  // an absolute TS_HOME is set before the run
+        const char *loaded, *variables, *currentFolder;
+        bool presetHome = false;  // TS_HOME is D:\kept before the run
     } cases[] = {
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "..\\lib", {"lib", "setup"}, "lib\\DVDCEN.DLL", "D:\\kept",
-         "setup\\..\\lib", "lib"},
-        {"setup\\install.exe", nullptr, "SETUP.INF", "lib", {"lib"}, "lib\\DVDCEN.DLL", "setup\\..\\lib", "setup\\..\\lib", "lib"},
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "nowhere", {"empty", "setup"}, "empty\\DVDCEN.DLL", "", "", "empty"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "..\\lib", {"lib", "setup"}, "lib\\DVDCEN.DLL", "setup\\..\\lib", "lib", true},
+        {"setup\\install.exe", nullptr, "SETUP.INF", "lib", {"lib"}, "lib\\DVDCEN.DLL", "setup\\..\\lib", "lib"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "nowhere", {"empty", "setup"}, "empty\\DVDCEN.DLL", "", "empty"},
         // An empty or missing name: the folder of SETUP.INF itself comes first, before the current one.
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "", {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\",
-         "setup\\", "setup"},
-        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", nullptr, {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\",
-         "setup\\", "setup"},
-        // No SETUP.INF at all: the parent of the setup folder is tried first, then the current
-        // folder, then the setup folder.
-        {"lib\\bin\\install.exe", nullptr, nullptr, nullptr, {"lib", "empty", "lib\\bin"}, "lib\\DVDCEN.DLL",
-         "lib\\bin\\..\\", "lib\\bin\\..\\", "lib"},
-        {"setup\\install.exe", nullptr, nullptr, nullptr, {"setup"}, "setup\\DVDCEN.DLL", "setup\\..\\", "setup\\..\\",
-         "empty"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", "", {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\", "setup"},
+        {"setup\\install.exe", nullptr, "setup\\SETUP.INF", nullptr, {"empty", "setup"}, "setup\\DVDCEN.DLL", "setup\\", "setup"},
+        // No SETUP.INF: the parent of the setup folder first, then the current folder, then the setup folder.
+        {"lib\\bin\\install.exe", nullptr, nullptr, nullptr, {"lib", "empty", "lib\\bin"}, "lib\\DVDCEN.DLL", "lib\\bin\\..\\", "lib"},
+        {"setup\\install.exe", nullptr, nullptr, nullptr, {"setup"}, "setup\\DVDCEN.DLL", "setup\\..\\", "empty"},
         // Inside the Windows Installer (msiexec, any case) the library's own folder counts.
-        {"setup\\MsiExec.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "lib\\DVDCEN.DLL", "lib\\..\\",
-         "lib\\..\\", "empty"},
-        {"setup\\install.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "", "setup\\..\\", "setup\\..\\",
-         "empty"},
+        {"setup\\MsiExec.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "lib\\DVDCEN.DLL", "lib\\..\\", "empty"},
+        {"setup\\install.exe", "lib\\SetupCLS.dll", nullptr, nullptr, {"lib"}, "", "setup\\..\\", "empty"},
     };
     ScopedCurrentDir keepFolder;
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.program) + " " + (c.inf ? c.inf : "") + " " + c.loaded);
-        auto isAbsolute = [](const char* path) { return path[0] && path[1] == ':'; };
-        ScopedEnv tsHome("TS_HOME", isAbsolute(c.tsHome) ? c.tsHome : nullptr);
-        ScopedEnv shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr);
+        ScopedEnv tsHome("TS_HOME", c.presetHome ? "D:\\kept" : nullptr), shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr);
         TempDir dir;
-        auto at = [&](const char* path) { return path[0] && !isAbsolute(path) ? dir / path : std::string(path); };
+        auto at = [&](const char* path) { return path[0] && path[1] != ':' ? dir / path : std::string(path); };
         for (const char* folder : {"empty", "setup", "lib", "lib\\bin"})
             ASSERT_TRUE(CreateDirectoryA(at(folder).c_str(), nullptr));
         ASSERT_TRUE(CopyFixture("scramblehost.exe", at(c.program)));
@@ -206,10 +200,12 @@ TEST(LibrarySearch, FindsTheLibraryInItsOrder)
         EXPECT_EQ(c.loaded[0] ? 0 : ERROR_MOD_NOT_FOUND,
                   RunProgram("\"" + at(c.program) + "\" \"" + setupcls + "\" \"" + report + "\""));
         std::istringstream lines(ReadFileBytes(report));
-        for (const char* expected : {c.loaded, c.tsHome, c.shlibPath, c.currentFolder}) {
+        const std::pair<const char*, const char*> reported[] = {{"loaded", c.loaded}, {"TS_HOME", c.presetHome ? "D:\\kept" : c.variables},
+                                                                {"R_SHLIB_LD_LIBRARY_PATH", c.variables}, {"current", c.currentFolder}};
+        for (const auto& expected : reported) {
             std::string line;
             std::getline(lines, line);
-            EXPECT_EQ(0, _stricmp(at(expected).c_str(), line.c_str())) << at(expected) << " / " << line;
+            EXPECT_EQ(0, _stricmp(at(expected.second).c_str(), line.c_str())) << expected.first << ": " << at(expected.second) << " / " << line;
         }
         SetCurrentDirectoryA(ExeDir().c_str());  // out of the folder before it goes
     }
@@ -242,37 +238,32 @@ BOOL WINAPI FailingSetCurrentDirectoryA(LPCSTR folder)
     return FALSE;
 }
 
+class LibrarySearchIntercepted : public ScramblerTest {};
+
 }  // namespace
 
 // The library's folder named by SETUP.INF is kept even when its variables cannot be set and it
-// cannot be made current: a copy in the current folder, next in the search, is not reached.
-TEST(LibrarySearchIntercepted, FailuresToPrepareTheFolderKeepTheLibrary)
+// cannot be made current: the copy in the current folder, next in the search, is not reached.
+TEST_F(LibrarySearchIntercepted, FailuresToPrepareTheFolderKeepTheLibrary)
 {
-    TempDir dir;
-    for (const char* folder : {"setup", "lib", "current"})
-        ASSERT_TRUE(CreateDirectoryA((dir / folder).c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(dir / "setup\\SETUP.INF", "[Components]\r\nEVPKI_LIBCFGPATH=..\\lib\r\n"));
-    for (const char* folder : {"lib", "current"})
-        ASSERT_TRUE(CopyFixture("DVDCEN.DLL", dir / folder + "\\DVDCEN.DLL"));
-    g_program = dir / "setup\\install.exe";
-    const std::string libFolder = dir / "setup\\..\\lib";
-    ScopedCurrentDir keepFolder;
-    ASSERT_TRUE(SetCurrentDirectoryA((dir / "current").c_str()));
-    ScopedEnv noTrace(DVSET_TRACE_FILE_VARIABLE, nullptr), tsHome("TS_HOME", nullptr),
-        shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr), loadedFrom("DVDCEN_FIXTURE_LOADED_FROM", nullptr);
+    for (const char* folder : {"setup", "lib"})
+        ASSERT_TRUE(CreateDirectoryA((m_dir / folder).c_str(), nullptr));
+    ASSERT_TRUE(WriteFileBytes(m_dir / "setup\\SETUP.INF", "[Components]\r\nEVPKI_LIBCFGPATH=..\\lib\r\n"));
+    ASSERT_TRUE(CopyFixture("DVDCEN.DLL", m_dir / "lib\\DVDCEN.DLL"));
+    g_program = m_dir / "setup\\install.exe";
+    ScopedEnv tsHome("TS_HOME", nullptr), shlibPath("R_SHLIB_LD_LIBRARY_PATH", nullptr),
+        loadedFrom("DVDCEN_FIXTURE_LOADED_FROM", nullptr);
     SETUPCLS_HOOK_IMPORT(program, "KERNEL32.dll", GetModuleFileNameA, FakeGetModuleFileNameA);
     SETUPCLS_HOOK_IMPORT(variables, "KERNEL32.dll", SetEnvironmentVariableA, FailingSetEnvironmentVariableA);
     SETUPCLS_HOOK_IMPORT(current, "KERNEL32.dll", SetCurrentDirectoryA, FailingSetCurrentDirectoryA);
-    g_setVariables.clear();
-    g_madeCurrent.clear();
 
     BYTE out[64];
     DWORD length = sizeof(out);
     EXPECT_EQ(0, DVSET_ZOREncrypt(kPlain, 8, out, &length));
     EXPECT_EQ(16u, length);
     const std::string loaded = EnvText("DVDCEN_FIXTURE_LOADED_FROM");
-    EXPECT_EQ(0, _stricmp((dir / "lib\\DVDCEN.DLL").c_str(), loaded.c_str())) << loaded;
+    EXPECT_EQ(0, _stricmp((m_dir / "lib\\DVDCEN.DLL").c_str(), loaded.c_str())) << loaded;
     EXPECT_EQ((std::vector<std::string>{"TS_HOME", "R_SHLIB_LD_LIBRARY_PATH"}), g_setVariables);
-    EXPECT_EQ(std::vector<std::string>{libFolder}, g_madeCurrent);
-    EXPECT_EQ(0, _stricmp((dir / "current").c_str(), CurrentFolder().c_str())) << CurrentFolder();
+    EXPECT_EQ(std::vector<std::string>{m_dir / "setup\\..\\lib"}, g_madeCurrent);
+    EXPECT_EQ(0, _stricmp(m_dir.path().c_str(), CurrentFolder().c_str())) << CurrentFolder();
 }

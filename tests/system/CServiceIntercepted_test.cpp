@@ -8,11 +8,11 @@
 
 #include "Handles.h"
 #include "ImportHook.h"
+#include "SecuritySupport.h"
 #include "ServiceSupport.h"
 
 #include <aclapi.h>
 #include <gtest/gtest.h>
-#include <sddl.h>
 
 #include <map>
 #include <set>
@@ -92,29 +92,12 @@ HLOCAL WINAPI FakeLocalFree(HLOCAL memory)
     return LocalFree(memory);
 }
 
-std::string SidText(PSID sid)
-{
-    char* text = nullptr;
-    if (!ConvertSidToStringSidA(sid, &text))
-        return "?";
-    std::string result(text);
-    LocalFree(text);
-    return result;
-}
-
 DWORD WINAPI FakeSetSecurityInfo(HANDLE, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID owner,
                                  PSID group, PACL dacl, PACL sacl)
 {
     g.objectType = type;
     g.information = information;
-    for (DWORD index = 0; dacl && index < dacl->AceCount; ++index) {
-        ACCESS_ALLOWED_ACE* ace = nullptr;
-        if (!GetAce(dacl, index, reinterpret_cast<void**>(&ace)))
-            continue;
-        char text[64];
-        snprintf(text, sizeof(text), " %u %u 0x%lX", ace->Header.AceType, ace->Header.AceFlags, ace->Mask);
-        g.entries.push_back(SidText(&ace->SidStart) + text);
-    }
+    g.entries = testsupport::AceEntries(dacl);
     g.ownerGroupOrSystemList = owner || group || sacl;
     return g.securityFailure;
 }
