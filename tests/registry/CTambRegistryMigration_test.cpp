@@ -260,11 +260,10 @@ TEST_F(CTambRegistryMigration, InterceptedDeleteRemovesTheProductInOrderAndTheMa
     EXPECT_EQ(0, R(settings).Delete()) << "not in uninstall mode";
     EXPECT_TRUE(g_deleted.empty());
     settings.Uninstall(1);
-    const std::string user = "U " + kSid + "\\";
-    const std::vector<std::string> steps = {"LM " + kProduct + "\\Base", "LM " + kProduct + "\\OldProducts",
-        "LM " + kProduct + "\\BNOldProducts", "SmartReaction", "CU " + kProduct, user + kProduct, "V 1",
-        "V {5a1c7e42-93d0-4b6e-8f21-c03b9d4e7a15}", "V DisplayName", "V CATPATH", "V LNNAME", "LM " + kProduct,
-        "LM " + kMaker, "CU " + kMaker, user + kMaker};
+    const std::string user = "U " + kSid + "\\", lm = "LM " + kProduct;
+    const std::vector<std::string> steps = {lm + "\\Base", lm + "\\OldProducts", lm + "\\BNOldProducts",
+        lm + "\\SmartReaction", "CU " + kProduct, user + kProduct, "V 1", "V {5a1c7e42-93d0-4b6e-8f21-c03b9d4e7a15}",
+        "V DisplayName", "V CATPATH", "V LNNAME", lm, "LM " + kMaker, "CU " + kMaker, user + kMaker};
     for (int all : {0, 1}) {
         settings.IsUninstallAll(all);
         for (const char* key : {"\\Base\\Path", "\\OldProducts", "\\BNOldProducts", "\\SmartReaction\\X"})
@@ -280,9 +279,7 @@ TEST_F(CTambRegistryMigration, InterceptedDeleteRemovesTheProductInOrderAndTheMa
         EXPECT_EQ(1, R(settings).Delete());
         auto at = g_deleted.begin();
         for (const std::string& step : steps) {
-            auto next = std::find_if(at, g_deleted.end(), [&](const std::string& done) {
-                return done.size() >= step.size() && done.compare(done.size() - step.size(), step.size(), step) == 0;
-            });
+            auto next = std::find(at, g_deleted.end(), step);
             EXPECT_NE(g_deleted.end(), next) << step << " not deleted after the step before it";
             at = next == g_deleted.end() ? at : next;
         }
