@@ -530,13 +530,6 @@ private:
     const char* Refresh(CString& cache, int (*getter)(char*, unsigned long&, HKEY));
     bool RefreshProduct(tagProductStruct& record) const;
 
-    // Steps of Write that registrations of other kinds (environment, shell extension, SNMP
-    // agent) perform; this build does not write them.
-    int WriteEnvironmentVariables();
-    int WriteCatalogPathVariable();
-    int WriteShellExtension();
-    int WriteSNMPKey();
-    int NotWrittenByThisBuild(const char* step) const;
     // The settings' system account handed to QWTOOL.DLL; failures are traced.
     void AddSystemUserAccount() const;
 

@@ -46,10 +46,6 @@ const int kWritingProductTypes[] = {105, 133};
 // Product sub type 2 is the enterprise edition.
 const int kEnterpriseSubType = 2;
 
-// A step of Write answers 1 when done, 0 when it failed, or this when the build does not carry
-// the registration (it is traced and counts as done, so the installation goes on without it).
-const int kNotWrittenByThisBuild = -1;
-
 // Which installations a step of Write belongs to.
 enum class StepScope {
     UnlessCopyOnly,  // not when the settings only copy files
@@ -66,18 +62,12 @@ struct WriteStep {
 };
 
 // Runs one step and brings its outcome to the trace file, the same way for each: nothing for a
-// step done; for a failed one the step's name and the status it left in GetLastError; a line
-// for one that this build does not carry. True when the step counts as done.
+// step done; for a failed one the step's name and the status it left in GetLastError. True when
+// the step was done.
 bool RunStep(CTambRegistry& registry, const CSettings& settings, const char* name, int (CTambRegistry::*perform)())
 {
     SetLastError(ERROR_SUCCESS);
     const int outcome = (registry.*perform)();
-    if (outcome == kNotWrittenByThisBuild) {
-        CString line;
-        line.Format("%s: not written by this build", name);
-        failure::TraceFailureText(settings.LogFile(), line);
-        return true;
-    }
     if (!outcome)
         failure::TraceStatus(settings.LogFile(), "CTambRegistry::Write", failure::StatusOf(FALSE), "%s", name);
     return outcome != 0;
@@ -233,15 +223,15 @@ int CTambRegistry::Write()
             {"Home directory", &CTambRegistry::SetDrosvaneHomeDir, StepScope::UnlessCopyOnly},
             {"Log directory", &CTambRegistry::SetDrosvaneLogDir, StepScope::UnlessCopyOnly},
             {"Temporary directory", &CTambRegistry::SetDrosvaneTempDir, StepScope::UnlessCopyOnly},
-            {"Environment variables LNNAME and RNNAME", &CTambRegistry::WriteEnvironmentVariables, StepScope::Always},
+            {"Environment variables LNNAME and RNNAME", &CTambRegistry::SetDrosvaneEnvironmentVariables, StepScope::Always},
             {"Component flag MANAGER", &CTambRegistry::SetDrosvaneManager, StepScope::Always},
             {"Component flag SERVER", &CTambRegistry::SetDrosvaneServer, StepScope::Always},
             {"Component flag ADMIN", &CTambRegistry::SetDrosvaneAdmin, StepScope::Always},
             {"Installed products entry", &CTambRegistry::SetBNITProduct, StepScope::Always},
             {"Database directory", &CTambRegistry::SetDrosvaneDBDir, StepScope::ServerOnly},
             {"Database type", &CTambRegistry::SetDrosvaneDatabase, StepScope::ServerOnly},
-            {"Shell extension", &CTambRegistry::WriteShellExtension, StepScope::ServerOnly},
-            {"SNMP agent key", &CTambRegistry::WriteSNMPKey, StepScope::ServerOnly},
+            {"Shell extension", &CTambRegistry::SetDrosvaneShellExtension, StepScope::ServerOnly},
+            {"SNMP agent key", &CTambRegistry::CreateDrosvaneSNMPKey, StepScope::ServerOnly},
         };
 
         // Every step that applies runs; one failure makes the result 0.
@@ -256,15 +246,6 @@ int CTambRegistry::Write()
         return result;
     });
 }
-
-// ---- Registrations of other kinds that Write reaches. This build of the library does not
-// carry them: each answers kNotWrittenByThisBuild, which the trace file records under the
-// step's name, and does not fail the installation for it. ----
-
-int CTambRegistry::WriteEnvironmentVariables() { return kNotWrittenByThisBuild; }
-int CTambRegistry::WriteCatalogPathVariable() { return kNotWrittenByThisBuild; }
-int CTambRegistry::WriteShellExtension() { return kNotWrittenByThisBuild; }
-int CTambRegistry::WriteSNMPKey() { return kNotWrittenByThisBuild; }
 
 // ---- Object setters. ----
 
@@ -334,7 +315,7 @@ int CTambRegistry::SetDrosvaneDatabase()
     const int written = SetDrosvaneDatabase(m_settings.InstallDBType());
     const DWORD status = failure::StatusOf(written);
     const bool variable =
-        RunStep(*this, m_settings, "Environment variable CATPATH", &CTambRegistry::WriteCatalogPathVariable);
+        RunStep(*this, m_settings, "Environment variable CATPATH", &CTambRegistry::SetDrosvaneCatalogPath);
     if (!written)
         SetLastError(status);  // the database type's failure is the one Write reports
     return written && variable ? 1 : 0;

@@ -35,20 +35,6 @@ std::string StartsAndStops(const std::string& record)
     return events;
 }
 
-// Deletes at scope exit the values of a key that were missing when it was made.
-struct ScopedValues : NoCopy {
-    ScopedValues(HKEY root, const char* key, std::vector<const char*> names) : root(root), key(key)
-    {
-        for (const char* name : names)
-            if (RegGetValueA(root, key, name, RRF_RT_ANY, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-                missing.push_back(name);
-    }
-    ~ScopedValues() { for (const char* name : missing) RegDeleteKeyValueA(root, key, name); }
-    HKEY root;
-    const char* key;
-    std::vector<const char*> missing;
-};
-
 class CTambRegistryAlertTest : public ::testing::Test {
 protected:
     CSettings Settings() const

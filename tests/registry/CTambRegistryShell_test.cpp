@@ -54,7 +54,11 @@ LONG WINAPI RecordDeleteValue(HKEY key, LPCSTR value)
 
 class ShellExtensionTest : public ::testing::Test {
 protected:
-    ShellExtensionTest() { g_calls.clear(), g_refused.clear(); }
+    ShellExtensionTest()
+    {
+        g_calls.clear();
+        g_refused.clear();
+    }
     ~ShellExtensionTest() override
     {
         for (REGSAM view : {kView32, kView64})  // a registration in the wrong view goes too

@@ -70,4 +70,50 @@ ScopedRegistryKeys::~ScopedRegistryKeys()
     }
 }
 
+ScopedValues::ScopedValues(HKEY root, std::string key, std::vector<std::string> names)
+    : m_root(root), m_key(std::move(key))
+{
+    for (const std::string& name : names)
+        if (RegGetValueA(m_root, m_key.c_str(), name.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            m_missing.push_back(name);
+}
+
+ScopedValues::~ScopedValues()
+{
+    for (const std::string& name : m_missing)
+        RegDeleteKeyValueA(m_root, m_key.c_str(), name.c_str());
+}
+
+namespace {
+
+#define SHELL_EXTENSION_ID "{5a1c7e42-93d0-4b6e-8f21-c03b9d4e7a15}"
+const char kClasses[] = "SOFTWARE\\Classes\\";
+const char kApproved[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Shell Extensions\\Approved";
+
+std::vector<std::string> ShellExtensionClasses()
+{
+    std::vector<std::string> keys;
+    for (const char* key : {"CLSID\\" SHELL_EXTENSION_ID, "Drive\\shellex\\PropertySheetHandlers\\" SHELL_EXTENSION_ID,
+                            "Drive\\shellex\\ContextMenuHandlers\\" SHELL_EXTENSION_ID,
+                            "Directory\\shellex\\ContextMenuHandlers\\" SHELL_EXTENSION_ID,
+                            "*\\shellex\\ContextMenuHandlers\\" SHELL_EXTENSION_ID, ".asx", "DrosvaneScriptFile"})
+        keys.push_back(kClasses + std::string(key));
+    return keys;
+}
+
+}  // namespace
+
+ScopedProductRegistrations::ScopedProductRegistrations()
+    : classes(ShellExtensionClasses()),
+      environment(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment",
+                  {"LNNAME", "RNNAME", "CATPATH"})
+{
+}
+
+ScopedProductRegistrations::~ScopedProductRegistrations()
+{
+    for (REGSAM view : {kView32, kView64})
+        RegDeleteValueIn(view, kApproved, SHELL_EXTENSION_ID);
+}
+
 }  // namespace testsupport

@@ -33,4 +33,29 @@ private:
     std::vector<std::pair<REGSAM, std::string>> m_created;
 };
 
+// Deletes at scope exit the values of a key (under any root, natural view) that were missing
+// when the object was made.
+class ScopedValues {
+public:
+    ScopedValues(HKEY root, std::string key, std::vector<std::string> names);
+    ~ScopedValues();
+    ScopedValues(const ScopedValues&) = delete;
+    ScopedValues& operator=(const ScopedValues&) = delete;
+
+private:
+    HKEY m_root;
+    std::string m_key;
+    std::vector<std::string> m_missing;
+};
+
+// What the product's registrations write outside the product key, removed at scope exit when
+// it was not there before: the shell extension's classes (both views) and its approval, and
+// the system environment variables LNNAME, RNNAME and CATPATH. For tests that run Write.
+struct ScopedProductRegistrations {
+    ScopedProductRegistrations();
+    ~ScopedProductRegistrations();
+    ScopedRegistryKeys classes;
+    ScopedValues environment;
+};
+
 }  // namespace testsupport
