@@ -129,22 +129,6 @@ const char* const kProductSubKeys[] = {
 
 const char* const kProductFolders[] = {"", "DATABASE", "LOG", "TEMP"};
 
-// The maker's key (in the product's 32-bit view) goes as well once the product's own key was the
-// last thing in it: another product of the maker keeps it.
-void DeleteMakerKeyWhenEmpty()
-{
-    UniqueKey maker = OpenForRead(CTambRegistry::m_sTamberlyKey, KEY_WOW64_32KEY);
-    if (!maker)
-        return;
-    DWORD keys = 1, values = 1;
-    const bool empty = RegQueryInfoKeyA(maker.get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
-                                        nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
-                       keys == 0 && values == 0;
-    maker.reset();
-    if (empty)
-        RegDeleteKeyExA(HKEY_LOCAL_MACHINE, CTambRegistry::m_sTamberlyKey, KEY_WOW64_32KEY, 0);
-}
-
 int Install(SetupRun& run)
 {
     StepReport report(run.traceFile);
@@ -203,11 +187,11 @@ int Uninstall(SetupRun& run)
     report.Step("Unregister the product record",
                 !CTambRegistry::IsProductInstalled(CTambRegistry::m_sProductDrosvane));
 
-    for (const char* sub : kProductSubKeys)
-        CTambRegistry::DeleteDrosvaneKey(sub);
-    CTambRegistry::DeleteTamberlyKey(CTambRegistry::m_sDrosvane);
-    DeleteMakerKeyWhenEmpty();
-    report.Step("Remove the product registry layout", !KeyExistsInAnyView(ProductKeyPath(nullptr)));
+    // The product's keys and user branches, its SNMP agent, shell extension, installed-products
+    // entry and environment variables (LNNAME and CATPATH; RNNAME stays, as setup leaves it),
+    // then the maker's key when nothing else of the maker is left in it.
+    report.Step("Remove the product registry layout and its registrations",
+                registry.Delete() != 0 && !KeyExistsInAnyView(ProductKeyPath(nullptr)));
 
     CString home(settings.CurrentDrosvanePath());
     bool removed = home.IsEmpty() || !CComputer::PathExists(home) || CComputer::DeleteTree(home);

@@ -17,6 +17,8 @@ const std::string kProductKey = kMakerKey + "\\BN Drosvane Backup";
 const char kMakerFolder[] = "C:\\Program Files\\Brannoch";
 const std::string kUninstallKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\BN Drosvane Backup";
 const std::string kHome = "C:\\Program Files\\Brannoch\\Drosvane\\";
+const std::string kEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
+const std::string kShellExtension = "SOFTWARE\\Classes\\CLSID\\{5a1c7e42-93d0-4b6e-8f21-c03b9d4e7a15}";
 
 std::string Dvsetup(const std::string& command, const TempDir& logs)
 {
@@ -30,6 +32,7 @@ TEST(Dvsetup, InstallStatusUninstall)
 {
     const bool makerKeyExisted = RegKeyExists(kView32, kMakerKey);
     ScopedRegistryKeys cleanup({kMakerKey, kUninstallKey});
+    ScopedProductRegistrations registrations;  // RNNAME stays after an uninstall, by design
     const bool makerFolderExisted = GetFileAttributesA(kMakerFolder) != INVALID_FILE_ATTRIBUTES;
     TempDir logs;
     ScopedService jobEngine("QDVJobEngine"), messageEngine("QDVMessageEngine");
@@ -50,6 +53,9 @@ TEST(Dvsetup, InstallStatusUninstall)
     EXPECT_NE("-", RegRead(kView32, kProductKey + "\\Products", "QuellmarshAB"));
     EXPECT_FALSE(RegKeyExists(kView64, kProductKey)) << "a 32-bit product's keys stay out of the 64-bit view";
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((kHome + "DATABASE").c_str()));
+    EXPECT_EQ("DROSVANE", RegRead(kView32, kEnvironment, "LNNAME"));
+    EXPECT_EQ(kHome + "DATABASE", RegRead(kView32, kEnvironment, "CATPATH"));
+    EXPECT_EQ(kHome + "DSHELL.DLL", RegRead(kView32, kShellExtension + "\\InProcServer32", nullptr));
 
     ASSERT_EQ(0, RunProgramCapture(Dvsetup("status", logs), output)) << output;
     EXPECT_NE(std::string::npos, output.find("HKLM\\" + kProductKey + "\\Base\\Path  [32-bit view]")) << output;
@@ -59,6 +65,10 @@ TEST(Dvsetup, InstallStatusUninstall)
     ASSERT_EQ(0, RunProgramCapture(Dvsetup("uninstall", logs), output)) << output;
     EXPECT_FALSE(RegKeyExists(kView32, kProductKey));
     EXPECT_FALSE(RegKeyExists(kView32, kUninstallKey));
+    EXPECT_EQ("-", RegRead(kView32, kEnvironment, "LNNAME"));
+    EXPECT_EQ("-", RegRead(kView32, kEnvironment, "CATPATH"));
+    EXPECT_NE("-", RegRead(kView32, kEnvironment, "RNNAME")) << "the computer's name stays";
+    EXPECT_FALSE(RegKeyExists(kView32, kShellExtension));
     EXPECT_EQ(0u, jobEngine.State()) << "removed";
     EXPECT_EQ(0u, messageEngine.State()) << "removed";
     EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(kHome.c_str()));
