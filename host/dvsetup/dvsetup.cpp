@@ -10,6 +10,7 @@
 // installation's questions (the run is a batch operation), DVVER.DLL tells the version. The log
 // and trace files default to DVSETUP.LOG and DVSETUP.TRC in the temporary folder. The exit code
 // is the number of failed steps (2 for a wrong command line).
+#include "AccessReport.h"
 #include "Report.h"
 #include "Services.h"
 
@@ -129,6 +130,19 @@ const char* const kProductSubKeys[] = {
 
 const char* const kProductFolders[] = {"", "DATABASE", "LOG", "TEMP"};
 
+// The product's rule on its key (Everyone reads; Backup Operators and Administrators have full
+// control; sub keys inherit it), set through the 32-bit view the key lives in. The library
+// answers 1 whatever happened and leaves the status in GetLastError.
+bool ProtectProductKey()
+{
+    UniqueKey key;
+    if (key.kept(RegOpenKeyExA(HKEY_LOCAL_MACHINE, ProductKeyPath(nullptr), 0,
+                               WRITE_DAC | READ_CONTROL | KEY_WOW64_32KEY, key.put())) != ERROR_SUCCESS)
+        return false;
+    SetLastError(ERROR_SUCCESS);
+    return CTambRegistry::AddAccessPermissionOnRegistryKey(key.get(), 1) != 0 && GetLastError() == ERROR_SUCCESS;
+}
+
 int Install(SetupRun& run)
 {
     StepReport report(run.traceFile);
@@ -151,6 +165,7 @@ int Install(SetupRun& run)
     // Built with 0: the product record's name comes from the settings' edition.
     CTambRegistry registry(settings, 0);
     report.Step("Write the product registry layout", registry.Write() != 0);
+    report.Step("Give the product key its access list", ProtectProductKey());
 
     tagProductStruct record = ProductRecord(settings, run.medium);
     report.Step("Register the product record", CTambRegistry::RegisterProduct(CTambRegistry::m_sProductDrosvane,
@@ -281,6 +296,8 @@ int Status(SetupRun& run)
         PrintKey(ProductKeyPath(sub));
     PrintKey(CTambRegistry::m_sProductsKey);
     PrintKey(UninstallKeyPath());
+    printf("Access list of the product key\n");
+    PrintKeyAccess(ProductKeyPath(nullptr));
     PrintServices(settings.CurrentDrosvanePath());
     return installed ? 0 : 1;
 }
