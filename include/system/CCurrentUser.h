@@ -36,7 +36,8 @@ public:
     // 1 when the user may open an object that only BUILTIN\Administrators may open (membership
     // through nested groups counts, a deny-only entry does not); 0 when not, or when the check
     // could not be made. GetLastError then holds the system error of the step that failed (0
-    // for a user who is not an administrator).
+    // for a user who is not an administrator), and the step's text goes to the debugger's output
+    // only: a failed check is no error of setup, just a "no".
     static int IsAdministrator();
 
 private:
