@@ -1,4 +1,4 @@
-// CCurrentUser with SETUPCLS.dll's security calls intercepted (ImportHook): the arguments of the
+// CCurrentUser with SetupCLS.dll's security calls intercepted (ImportHook): the arguments of the
 // administrator check, a user who is refused, each step failing, and user names too long for the
 // object's buffers. Wine's CreatePrivateObjectSecurity is a stub that drops the access list, so
 // it is replaced here by one that hands out a descriptor of the test's own; AccessCheck answers as
@@ -74,7 +74,7 @@ BOOL WINAPI FakeSetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL 
 {
     return Proceed("SetSecurityDescriptorDacl") && SetSecurityDescriptorDacl(descriptor, present, list, byDefault);
 }
-BOOL WINAPI FakeCreatePrivateObjectSecurity(PSECURITY_DESCRIPTOR parent, PSECURITY_DESCRIPTOR creator,
+BOOL WINAPI FakeCreatePrivateObjectSecurity(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR creator,
                                             PSECURITY_DESCRIPTOR* made, BOOL, HANDLE token, PGENERIC_MAPPING)
 {
     BOOL present = FALSE, byDefault = FALSE;
@@ -82,9 +82,8 @@ BOOL WINAPI FakeCreatePrivateObjectSecurity(PSECURITY_DESCRIPTOR parent, PSECURI
     GetSecurityDescriptorDacl(creator, &present, &list, &byDefault);
     for (const std::string& entry : testsupport::AceEntries(list))
         g_args.push_back("CreatePrivateObjectSecurity " + entry + (token == g_processToken ? " process token" : ""));
-    if (!Proceed("CreatePrivateObjectSecurity") || parent)
-        return FALSE;
-    return (*made = g_made = LocalAlloc(LPTR, SECURITY_DESCRIPTOR_MIN_LENGTH)) != nullptr;
+    return Proceed("CreatePrivateObjectSecurity") &&
+           (*made = g_made = LocalAlloc(LPTR, SECURITY_DESCRIPTOR_MIN_LENGTH)) != nullptr;
 }
 BOOL WINAPI FakeDestroyPrivateObjectSecurity(PSECURITY_DESCRIPTOR* descriptor)
 {
