@@ -49,7 +49,8 @@ int CheckAdministrator()
     UniqueSid administrators;
     UniqueHandle threadToken;
 
-    Require(processToken.kept(failure::StatusOf(OpenProcessToken(GetCurrentProcess(), kTokenAccess, processToken.put()))),
+    Require(processToken.kept(
+                failure::StatusOf(OpenProcessToken(GetCurrentProcess(), kTokenAccess, processToken.put()))),
             "OpenProcessToken() failed");
     SECURITY_DESCRIPTOR creator;
     Require(failure::StatusOf(InitializeSecurityDescriptor(&creator, SECURITY_DESCRIPTOR_REVISION)),
