@@ -103,6 +103,7 @@ inline void ClosePolicy(LSA_HANDLE policy) { LsaClose(policy); }
 inline void FreePolicyMemory(PVOID memory) { LsaFreeMemory(memory); }
 inline void FreeBstr(BSTR text) { SysFreeString(text); }
 inline void UnlockDatabase(SC_LOCK lock) { UnlockServiceDatabase(lock); }
+inline void DestroyPrivateSecurity(PSECURITY_DESCRIPTOR descriptor) { DestroyPrivateObjectSecurity(&descriptor); }
 template <typename P>
 void FreeLocalAs(P memory) { LocalFree(memory); }
 
@@ -134,6 +135,9 @@ using UniqueService = UniqueAny<handle_detail::NullInvalid<SC_HANDLE, handle_det
 using UniqueServiceLock = UniqueAny<handle_detail::NullInvalid<SC_LOCK, handle_detail::UnlockDatabase>>;
 // A SID of AllocateAndInitializeSid.
 using UniqueSid = UniqueAny<handle_detail::NullInvalid<PSID, handle_detail::FreeAllocatedSid>>;
+// A private object security descriptor (CreatePrivateObjectSecurity).
+using UniquePrivateSecurity =
+    UniqueAny<handle_detail::NullInvalid<PSECURITY_DESCRIPTOR, handle_detail::DestroyPrivateSecurity>>;
 // A local security authority policy (LsaOpenPolicy) and the memory its calls return
 // (LsaEnumerateAccountRights...).
 using UniquePolicy = UniqueAny<handle_detail::NullInvalid<LSA_HANDLE, handle_detail::ClosePolicy>>;
@@ -164,6 +168,30 @@ public:
 
 private:
     HRESULT m_result;
+};
+
+// The thread impersonating the process's own user (ImpersonateSelf) until this holder dies,
+// which reverts it (RevertToSelf). start() answers ImpersonateSelf's result; an impersonation that
+// did not start is not reverted.
+class ImpersonationScope {
+public:
+    ImpersonationScope() = default;
+    ~ImpersonationScope()
+    {
+        if (m_started)
+            RevertToSelf();
+    }
+    ImpersonationScope(const ImpersonationScope&) = delete;
+    ImpersonationScope& operator=(const ImpersonationScope&) = delete;
+
+    BOOL start(SECURITY_IMPERSONATION_LEVEL level)
+    {
+        m_started = ImpersonateSelf(level) != FALSE;
+        return m_started ? TRUE : FALSE;
+    }
+
+private:
+    bool m_started = false;
 };
 
 // A network connection to a remote resource ("\\machine\ipc$") whose cancelling this holder
