@@ -111,6 +111,14 @@ BOOL WINAPI FakeSetFileSecurityA(LPCSTR, SECURITY_INFORMATION information, PSECU
     return !g.writeError;
 }
 
+DWORD WINAPI FakeGetEffectiveRightsFromAclA(PACL, PTRUSTEE_A trustee, PACCESS_MASK rights)
+{
+    g.log.push_back("rights " + testsupport::SidText(trustee->ptstrName) + " " + std::to_string(trustee->TrusteeForm) +
+                    " " + std::to_string(trustee->TrusteeType));
+    *rights = 0x120089;
+    return g.readError;
+}
+
 BOOL WINAPI FailingAddAce(PACL, DWORD, DWORD, LPVOID, DWORD)
 {
     SetLastError(ERROR_ALLOTTED_SPACE_EXCEEDED);
@@ -237,6 +245,26 @@ TEST_F(FolderAccessIntercepted, RefusedFolderIsTakenOverByAdministratorsOnce)
         g.privilegeError = c.privilegeError;
         EXPECT_EQ(c.result, AddAccessPermissionOnFolder(m_dir.path().c_str()));
         EXPECT_EQ(c.log, g.log);
+    }
+}
+
+// Wine answers 0x1FFFFF for every trustee: the hook answers 0x120089, or fails.
+TEST_F(FolderAccessIntercepted, MaskIsTheBuiltinGroupsEffectiveRights)
+{
+    SETUPCLS_HOOK_IMPORT(rights, "ADVAPI32.dll", GetEffectiveRightsFromAclA, FakeGetEffectiveRightsFromAclA);
+    const struct {
+        DWORD error;
+        int result;
+        DWORD mask;
+    } cases[] = {{0, 1, 0x120089}, {ERROR_INVALID_ACL, 0, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.error);
+        g.log.clear();
+        g.readError = c.error;
+        DWORD mask = 7;
+        EXPECT_EQ(c.result, GetBuiltinDomainAccessMaskOnFolder(m_dir.path().c_str(), 551, &mask));
+        EXPECT_EQ(c.mask, mask);
+        EXPECT_EQ(std::vector<std::string>({"rights S-1-5-32-551 0 2"}), g.log);
     }
 }
 
