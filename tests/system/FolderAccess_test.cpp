@@ -40,14 +40,6 @@ TEST_F(FolderAccess, FolderRuleNeedsTrustedInstallerOnWindows6)
     EXPECT_EQ(static_cast<DWORD>(ERROR_NONE_MAPPED), GetLastError());
 }
 
-// Wine's effective rights are a stub: this shows the path is read and the call answers.
-TEST_F(FolderAccess, MaskOfAnExistingPathIsWhatWineAnswers)
-{
-    DWORD mask = 0;
-    EXPECT_EQ(1, GetBuiltinDomainAccessMaskOnFolder(m_dir.path().c_str(), 544, &mask));
-    EXPECT_EQ(0x1FFFFFu, mask);
-}
-
 TEST_F(FolderAccess, AdjustmentFailuresArePrintedWithTheirError)
 {
     const std::string file = m_dir / "file.txt";
