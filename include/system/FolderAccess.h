@@ -12,7 +12,8 @@
 SETUPCLS_C int WINAPI AddAccessPermissionOnFolder(const char* folder);
 
 // The effective rights of the built-in group S-1-5-32-<rid> (544 Administrators, 545 Users,
-// 551 Backup Operators...) under the list of path (a file or folder that exists) go to *mask.
+// 551 Backup Operators...) under the list of path go to *mask. The path must be found as it is
+// written: a folder named with a trailing back-slash is not.
 SETUPCLS_C int WINAPI GetBuiltinDomainAccessMaskOnFolder(const char* path, DWORD rid, DWORD* mask);
 
 // Gives account (looked up on system; null: the local machine) the rights in mask on path with

@@ -1,44 +1,30 @@
 #include "OutputCapture.h"
 
+#include "TestSupport.h"
+
 #include <cstdio>
 #include <io.h>
 
 namespace testsupport {
 
-StdoutCapture::StdoutCapture()
+std::string StdoutOf(const std::function<void()>& body)
 {
     char folder[MAX_PATH] = {}, name[MAX_PATH] = {};
     GetTempPathA(MAX_PATH, folder);
-    GetTempFileNameA(folder, "out", 0, name);
-    m_file = name;
+    if (!GetTempFileNameA(folder, "out", 0, name))
+        return "(no temporary file)";
     fflush(stdout);
-    m_saved = _dup(_fileno(stdout));
+    const int saved = _dup(_fileno(stdout));
     FILE* target = fopen(name, "wb");
     _dup2(_fileno(target), _fileno(stdout));
     fclose(target);
-}
-
-StdoutCapture::~StdoutCapture()
-{
-    Restore();
-    DeleteFileA(m_file.c_str());
-}
-
-void StdoutCapture::Restore()
-{
-    if (m_saved < 0)
-        return;
+    body();
     fflush(stdout);
-    _dup2(m_saved, _fileno(stdout));
-    _close(m_saved);
-    m_saved = -1;
-    m_text = ReadFileBytes(m_file);
-}
-
-std::string StdoutCapture::Text()
-{
-    Restore();
-    return m_text;
+    _dup2(saved, _fileno(stdout));
+    _close(saved);
+    const std::string text = ReadFileBytes(name);
+    DeleteFileA(name);
+    return text;
 }
 
 }  // namespace testsupport

@@ -1,24 +1,13 @@
-// What the program (the library included) writes to its standard output during one scope.
+// What the program (the library included) writes to its standard output during one call.
 #pragma once
 
-#include "TestSupport.h"
-
+#include <functional>
 #include <string>
 
 namespace testsupport {
 
-// Standard output goes to a temporary file from construction until Text() is first asked for.
-class StdoutCapture : NoCopy {
-public:
-    StdoutCapture();
-    ~StdoutCapture();
-    std::string Text();
-
-private:
-    void Restore();
-    std::string m_file;
-    int m_saved = -1;
-    std::string m_text;
-};
+// Runs body with standard output sent to a temporary file, and answers what was written. Checks
+// belong after the call: a failure message printed during body would be captured too.
+std::string StdoutOf(const std::function<void()>& body);
 
 }  // namespace testsupport

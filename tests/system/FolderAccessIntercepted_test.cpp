@@ -249,9 +249,10 @@ TEST_F(FolderAccessIntercepted, AccountEntryGoesAfterTheExplicitOnesAndReplacesT
         SCOPED_TRACE(c.file);
         FileDescriptor(c.file);
         g.log.clear();
-        testsupport::StdoutCapture output;
-        EXPECT_EQ(1, AdjustAccessRights(nullptr, 7, -1, m_file.c_str(), "Administrators", 0x120089));
-        EXPECT_EQ("", output.Text());
+        int result = -1;
+        EXPECT_EQ("", testsupport::StdoutOf(
+                          [&] { result = AdjustAccessRights(nullptr, 7, -1, m_file.c_str(), "Administrators", 0x120089); }));
+        EXPECT_EQ(1, result);
         const std::string size = std::to_string(GetSecurityDescriptorLength(g.file.get()));
         EXPECT_EQ(std::vector<std::string>({"read 4 0", "read 4 " + size, "write 4"}), g.log);
         EXPECT_EQ(c.entries, g.entries);
@@ -290,9 +291,10 @@ TEST_F(FolderAccessIntercepted, AdjustmentPrintsEachFailureAndKeepsThePrivilegeA
         g.writeError = c.writeError;
         g.addFails = c.addFails;
         g.log.clear();
-        testsupport::StdoutCapture output;
-        EXPECT_EQ(*c.output ? 0 : 1, AdjustAccessRights(nullptr, 0, 0, m_file.c_str(), "Administrators", 1));
-        EXPECT_EQ(c.output, output.Text());
+        int result = -1;
+        EXPECT_EQ(c.output, testsupport::StdoutOf(
+                                [&] { result = AdjustAccessRights(nullptr, 0, 0, m_file.c_str(), "Administrators", 1); }));
+        EXPECT_EQ(*c.output ? 0 : 1, result);
         EXPECT_EQ(c.log, g.log);
     }
 }
