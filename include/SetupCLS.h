@@ -15,6 +15,7 @@
 #include "CSetupIcf.h"
 #include "CComputer.h"
 #include "CService.h"
+#include "FolderAccess.h"
 #include "CFirewall.h"
 #include "CCurrentUser.h"
 #include "CSetupInf.h"

@@ -38,6 +38,12 @@ EXPLICIT_ACCESS_A SetAccess(PSID sid, TRUSTEE_TYPE type, DWORD rights, DWORD inh
 
 DWORD ProductRule(DWORD everyoneRights, DWORD fullRights, DWORD inheritance, UniqueLocalPtr<PACL>& list)
 {
+    return ProductRule(everyoneRights, fullRights, inheritance, nullptr, list);
+}
+
+DWORD ProductRule(DWORD everyoneRights, DWORD fullRights, DWORD inheritance, PSID alsoFull,
+                  UniqueLocalPtr<PACL>& list)
+{
     UniqueSid everyone, backupOperators, administrators;
     DWORD status = Everyone(everyone);
     if (status == ERROR_SUCCESS)
@@ -50,8 +56,22 @@ DWORD ProductRule(DWORD everyoneRights, DWORD fullRights, DWORD inheritance, Uni
         SetAccess(everyone.get(), TRUSTEE_IS_WELL_KNOWN_GROUP, everyoneRights, inheritance),
         SetAccess(backupOperators.get(), TRUSTEE_IS_GROUP, fullRights, inheritance),
         SetAccess(administrators.get(), TRUSTEE_IS_GROUP, fullRights, inheritance),
+        SetAccess(alsoFull, TRUSTEE_IS_GROUP, fullRights, inheritance),
     };
-    return list.kept(SetEntriesInAclA(3, entries, nullptr, list.put()));
+    return list.kept(SetEntriesInAclA(alsoFull ? 4 : 3, entries, nullptr, list.put()));
+}
+
+DWORD BuiltinGroupRights(PACL list, DWORD rid, ACCESS_MASK& rights)
+{
+    UniqueSid group;
+    DWORD status = BuiltinGroup(rid, group);
+    if (status != ERROR_SUCCESS)
+        return status;
+    TRUSTEE_A trustee = {};
+    trustee.TrusteeForm = TRUSTEE_IS_SID;
+    trustee.TrusteeType = TRUSTEE_IS_GROUP;
+    trustee.ptstrName = static_cast<LPSTR>(group.get());
+    return GetEffectiveRightsFromAclA(list, &trustee, &rights);
 }
 
 }  // namespace access

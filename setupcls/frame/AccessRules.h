@@ -23,5 +23,13 @@ EXPLICIT_ACCESS_A SetAccess(PSID sid, TRUSTEE_TYPE type, DWORD rights, DWORD inh
 // Administrators get fullRights, in that order, each with the inheritance given. The new list
 // (built from these three entries alone) goes to list; the status of the first call that failed.
 DWORD ProductRule(DWORD everyoneRights, DWORD fullRights, DWORD inheritance, UniqueLocalPtr<PACL>& list);
+// The same rule with one more group that gets fullRights, as a fourth entry (a null alsoFull
+// makes the three-entry rule).
+DWORD ProductRule(DWORD everyoneRights, DWORD fullRights, DWORD inheritance, PSID alsoFull,
+                  UniqueLocalPtr<PACL>& list);
+
+// The rights that the built-in group S-1-5-32-<rid> has under list (GetEffectiveRightsFromAclA,
+// trustee of form SID and type group) go to rights; the status of the first call that failed.
+DWORD BuiltinGroupRights(PACL list, DWORD rid, ACCESS_MASK& rights);
 
 }  // namespace access

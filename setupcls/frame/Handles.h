@@ -104,6 +104,7 @@ inline void FreePolicyMemory(PVOID memory) { LsaFreeMemory(memory); }
 inline void FreeBstr(BSTR text) { SysFreeString(text); }
 inline void UnlockDatabase(SC_LOCK lock) { UnlockServiceDatabase(lock); }
 inline void DestroyPrivateSecurity(PSECURITY_DESCRIPTOR descriptor) { DestroyPrivateObjectSecurity(&descriptor); }
+inline void FreeProcessHeap(LPVOID memory) { HeapFree(GetProcessHeap(), 0, memory); }
 template <typename P>
 void FreeLocalAs(P memory) { LocalFree(memory); }
 
@@ -125,6 +126,8 @@ using UniqueModule = UniqueAny<handle_detail::NullInvalid<HMODULE, handle_detail
 template <typename P>
 using UniqueLocalPtr = UniqueAny<handle_detail::NullInvalid<P, handle_detail::FreeLocalAs<P>>>;
 using UniqueLocal = UniqueLocalPtr<HLOCAL>;
+// A block of the process heap (HeapAlloc(GetProcessHeap(), ...)).
+using UniqueHeapBlock = UniqueAny<handle_detail::NullInvalid<LPVOID, handle_detail::FreeProcessHeap>>;
 // A buffer that a network management call (NetWkstaGetInfo, NetServerGetInfo...) returned.
 using UniqueNetBuffer = UniqueAny<handle_detail::NullInvalid<LPBYTE, handle_detail::FreeNetBuffer>>;
 using UniqueFile = UniqueAny<handle_detail::MinusOneInvalid<handle_detail::CloseObject>>;

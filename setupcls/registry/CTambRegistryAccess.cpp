@@ -51,18 +51,10 @@ int CTambRegistry::GetBuiltinDomainAccessMaskOnKey(HKEY key, unsigned long rid, 
     UniqueLocalPtr<PSECURITY_DESCRIPTOR> descriptor;
     DWORD status = descriptor.kept(GetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr,
                                                    &list, nullptr, descriptor.put()));
-    UniqueSid group;
+    ACCESS_MASK rights = 0;
     if (status == ERROR_SUCCESS)
-        status = access::BuiltinGroup(rid, group);
-    if (status == ERROR_SUCCESS) {
-        TRUSTEE_A trustee = {};
-        trustee.TrusteeForm = TRUSTEE_IS_SID;
-        trustee.TrusteeType = TRUSTEE_IS_GROUP;
-        trustee.ptstrName = static_cast<LPSTR>(group.get());
-        ACCESS_MASK rights = 0;
-        status = GetEffectiveRightsFromAclA(list, &trustee, &rights);
-        if (status == ERROR_SUCCESS)
-            mask = rights;
-    }
+        status = access::BuiltinGroupRights(list, rid, rights);
+    if (status == ERROR_SUCCESS)
+        mask = rights;
     return failure::ResultOf(static_cast<LONG>(status));
 }
