@@ -16,5 +16,6 @@
 #include "CComputer.h"
 #include "CService.h"
 #include "CFirewall.h"
+#include "CSystemAccount.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"
