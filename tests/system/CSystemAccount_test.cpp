@@ -17,27 +17,15 @@
 namespace {
 
 int g_policyCalls = 0;  // calls that would reach the local security authority
+const NTSTATUS kDenied = static_cast<NTSTATUS>(0xC0000022);
 
-NTSTATUS NTAPI RefuseLsaOpenPolicy(PLSA_UNICODE_STRING, PLSA_OBJECT_ATTRIBUTES, ACCESS_MASK, PLSA_HANDLE)
+NTSTATUS NTAPI RefuseOpenPolicy(PLSA_UNICODE_STRING, PLSA_OBJECT_ATTRIBUTES, ACCESS_MASK, PLSA_HANDLE)
 {
-    ++g_policyCalls;
-    return static_cast<NTSTATUS>(0xC0000022);
+    return ++g_policyCalls, kDenied;
 }
-NTSTATUS NTAPI RefuseLsaOpenAccount(LSA_HANDLE, PSID, ACCESS_MASK, PLSA_HANDLE)
-{
-    ++g_policyCalls;
-    return static_cast<NTSTATUS>(0xC0000022);
-}
-NTSTATUS NTAPI RefuseLsaSetSystemAccessAccount(LSA_HANDLE, ULONG)
-{
-    ++g_policyCalls;
-    return static_cast<NTSTATUS>(0xC0000022);
-}
-NTSTATUS NTAPI RefuseLsaAddPrivilegesToAccount(LSA_HANDLE, PPRIVILEGE_SET)
-{
-    ++g_policyCalls;
-    return static_cast<NTSTATUS>(0xC0000022);
-}
+NTSTATUS NTAPI RefuseOpenAccount(LSA_HANDLE, PSID, ACCESS_MASK, PLSA_HANDLE) { return ++g_policyCalls, kDenied; }
+NTSTATUS NTAPI RefuseSetSystemAccess(LSA_HANDLE, ULONG) { return ++g_policyCalls, kDenied; }
+NTSTATUS NTAPI RefuseAddPrivileges(LSA_HANDLE, PPRIVILEGE_SET) { return ++g_policyCalls, kDenied; }
 
 struct AccountSteps : CSystemAccount {
     using CSystemAccount::GetGroupName;
@@ -53,20 +41,14 @@ protected:
         EXPECT_EQ(0, g_policyCalls);
     }
     const std::string m_user = "dvacct" + std::to_string(GetCurrentProcessId());
-    std::string Computer() const
-    {
-        char name[MAX_COMPUTERNAME_LENGTH + 1] = {};
-        DWORD size = sizeof(name);
-        GetComputerNameA(name, &size);
-        return name;
-    }
+    const char* const user = m_user.c_str();
 };
 
-#define GUARD_POLICY_CALLS()                                                                                    \
-    SETUPCLS_HOOK_IMPORT(hook_policy, "ADVAPI32.dll", LsaOpenPolicy, RefuseLsaOpenPolicy);                           \
-    SETUPCLS_HOOK_IMPORT(hook_account, "ADVAPI32.dll", LsaOpenAccount, RefuseLsaOpenAccount);                        \
-    SETUPCLS_HOOK_IMPORT(hook_access, "ADVAPI32.dll", LsaSetSystemAccessAccount, RefuseLsaSetSystemAccessAccount);   \
-    SETUPCLS_HOOK_IMPORT(hook_privilege, "ADVAPI32.dll", LsaAddPrivilegesToAccount, RefuseLsaAddPrivilegesToAccount)
+#define GUARD_POLICY_CALLS()                                                                     \
+    SETUPCLS_HOOK_IMPORT(hook_policy, "ADVAPI32.dll", LsaOpenPolicy, RefuseOpenPolicy);                 \
+    SETUPCLS_HOOK_IMPORT(hook_account, "ADVAPI32.dll", LsaOpenAccount, RefuseOpenAccount);              \
+    SETUPCLS_HOOK_IMPORT(hook_access, "ADVAPI32.dll", LsaSetSystemAccessAccount, RefuseSetSystemAccess); \
+    SETUPCLS_HOOK_IMPORT(hook_privilege, "ADVAPI32.dll", LsaAddPrivilegesToAccount, RefuseAddPrivileges)
 
 TEST_F(CSystemAccountTest, NamesAreUpperCasedAndLocalWhenTheyDifferOnlyInCase)
 {
@@ -86,24 +68,23 @@ TEST_F(CSystemAccountTest, NamesAreUpperCasedAndLocalWhenTheyDifferOnlyInCase)
     }
 }
 
+// An empty domain is this machine's.
 TEST_F(CSystemAccountTest, CreateAddsTheUserThatDeleteRemoves)
 {
     GUARD_POLICY_CALLS();
-    CSystemAccount account(Computer().c_str(), Computer().c_str(), m_user.c_str(), "Secret-1");
-    EXPECT_EQ(0, account.Create());
+    EXPECT_EQ(0, CSystemAccount::Create(nullptr, "PC", "", user, "Secret-1"));
     EXPECT_EQ(ERROR_NONE_MAPPED, GetLastError()) << "Wine's lookup does not know the new user";
-    EXPECT_EQ(1, account.Delete());
-    EXPECT_EQ(0, account.Delete());
+    EXPECT_EQ(1, CSystemAccount::Delete(nullptr, user));
+    EXPECT_EQ(0, CSystemAccount::Delete(nullptr, user));
 }
 
 TEST_F(CSystemAccountTest, ValidPasswordIsZeroOnlyForAWrongPassword)
 {
     GUARD_POLICY_CALLS();
-    const std::string computer = Computer();
-    CSystemAccount::Create(nullptr, computer.c_str(), computer.c_str(), m_user.c_str(), "Secret-1");
-    EXPECT_EQ(1, CSystemAccount::ValidPassword(nullptr, "", computer.c_str(), m_user.c_str(), "Secret-1"));
-    EXPECT_EQ(0, CSystemAccount::ValidPassword(nullptr, "", computer.c_str(), m_user.c_str(), "Wrong-2"));
-    EXPECT_EQ(1, CSystemAccount::ValidPassword(nullptr, "", computer.c_str(), "nosuchdvuser", "Wrong-2"));
+    CSystemAccount::Create(nullptr, "PC", "", user, "Secret-1");
+    EXPECT_EQ(1, CSystemAccount::ValidPassword(nullptr, "PC", "", user, "Secret-1"));
+    EXPECT_EQ(0, CSystemAccount::ValidPassword(nullptr, "PC", "", user, "Wrong-2"));
+    EXPECT_EQ(1, CSystemAccount::ValidPassword(nullptr, "PC", "", "nosuchdvuser", "Wrong-2"));
 }
 
 TEST_F(CSystemAccountTest, GroupNamesOfTheBuiltinDomainAreCutToTheirBuffers)
