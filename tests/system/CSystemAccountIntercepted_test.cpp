@@ -125,7 +125,8 @@ NTSTATUS NTAPI FakeLsaAddPrivilegesToAccount(LSA_HANDLE account, PPRIVILEGE_SET 
     DWORD size = sizeof(name);
     LookupPrivilegeNameA(nullptr, &set->Privilege[0].Luid, name, &size);
     return Record("LsaAddPrivilegesToAccount(" + Handle(account) + "," + name + ","
-                      + std::to_string(set->PrivilegeCount) + "," + std::to_string(set->Control) + "," + std::to_string(set->Privilege[0].Attributes) + ")",
+                      + std::to_string(set->PrivilegeCount) + "," + std::to_string(set->Control) + ","
+                      + std::to_string(set->Privilege[0].Attributes) + ")",
                   std::string("Lsa:") + name);
 }
 NTSTATUS NTAPI FakeLsaClose(LSA_HANDLE handle) { return Record("LsaClose(" + Handle(handle) + ")", "LsaClose"); }
