@@ -331,7 +331,7 @@ TEST_F(CSystemAccountIntercepted, ValidPasswordIsZeroOnlyForAWrongPassword)
 TEST_F(CSystemAccountIntercepted, LongUserAndPasswordAreCutAtTheConversionBuffers)
 {
     HOOK_ACCOUNT_CALLS();
-    const std::string user(600, 'u'), password(600, 'p');
+    const std::string user(512, 'u'), password(512, 'p');  // one more than the buffer keeps
     CSystemAccount::Create(nullptr, "PC", "DOM", user.c_str(), password.c_str());
     EXPECT_EQ(std::wstring(511, L'u'), g_name);
     EXPECT_EQ(std::wstring(511, L'p'), g_password);
