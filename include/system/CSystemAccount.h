@@ -11,8 +11,8 @@
 // message. An account or membership that is already there counts as made.
 //
 // Texts are ANSI and converted to UTF-16 with the system code page for network management: the
-// user and the password into 512 characters in Create and AssignGroups, every other text into
-// 256; a longer text is cut to the buffer (511 or 255 characters and the terminator). A server
+// user and the password into 512 characters where the account is added (Create), every other
+// text into 256; a longer text is cut to the buffer (511 or 255 characters and the terminator). A server
 // is a UTF-16 name as network management takes it ("\\NAME"); null is the local machine. A null
 // user names no account: the operations that need one answer 0 without asking Windows. Other
 // null texts count as empty ones.
@@ -57,11 +57,13 @@ public:
     static int Create(const wchar_t* server, const char* computer, const char* domain, const char* user,
                       const char* password);
     // Resolves "domain\user" on the server, adds it to Administrators (RID 544) and Backup
-    // Operators (551), then AddDrosvaneUserPrivileges; stops at the first failure.
+    // Operators (551), then AddDrosvaneUserPrivileges; stops at the first failure. The password
+    // is not used: the groups take the account by its SID.
     static int AssignGroups(const wchar_t* server, const char* computer, const char* domain, const char* user,
                             const char* password);
     static int Exists(const wchar_t* server, const char* user);
-    // Tries to change the password to itself on the domain named (the server is not used). 0
+    // Tries to change the password to itself on the domain named (the server is not used; an
+    // empty domain is this machine). 0
     // only for a wrong password; anything else (unknown user, password policy, no controller)
     // answers 1.
     static int ValidPassword(const wchar_t* server, const char* computer, const char* domain, const char* user,

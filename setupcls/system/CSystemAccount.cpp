@@ -15,7 +15,7 @@
 namespace {
 
 // UTF-16 buffers of the conversions, in characters with the terminator.
-const int kAccountChars = 512;  // user and password where the account is made and resolved
+const int kAccountChars = 512;  // user and password where the account is added; the domain asked about
 const int kNameChars = 256;     // every other text
 // ANSI buffer of a server name for the security calls, in bytes with the terminator.
 const int kServerBytes = 256;
@@ -41,6 +41,8 @@ const ULONG kPolicyAttributes = 0xF2;
 const ACCESS_MASK kAccountAllAccess = 0xF000F;
 // Interactive (0x1), network (0x2), batch (0x4) and service (0x10) logon.
 const ULONG kLogonRights = 0x17;
+// A counted string's lengths are 16-bit byte counts, the terminator included in the maximum.
+const size_t kMaxCountedChars = 0x7FFF;
 const char* const kBackupPrivileges[] = {"SeTcbPrivilege", "SeBackupPrivilege"};
 
 // An NTSTATUS is an error only when both of its top two bits (the severity) are set; success,
@@ -119,10 +121,9 @@ CSystemAccount::CSystemAccount(const char* computer, const char* domain, const c
     // No controller found is no failure: the account is then made on this machine.
     std::wstring wideDomain = Wide(m_domain, kAccountChars);
     UniqueNetBuffer controller;
-    if (NetGetDCName(nullptr, wideDomain.c_str(), controller.put()) == NERR_Success && controller)
+    LONG status = static_cast<LONG>(NetGetDCName(nullptr, wideDomain.c_str(), controller.put()));
+    if (controller.kept(status) == NERR_Success && controller)
         m_controller = reinterpret_cast<const wchar_t*>(controller.get());
-    else
-        controller.release();  // a failed call leaves no buffer of its own
 }
 
 int CSystemAccount::Create() const
@@ -184,15 +185,11 @@ int CSystemAccount::Create(const wchar_t* server, const char* computer, const ch
 }
 
 int CSystemAccount::AssignGroups(const wchar_t* server, const char* /*computer*/, const char* domain,
-                                 const char* user, const char* password)
+                                 const char* user, const char* /*password*/)
 {
     return failure::ContainExceptions(0, [&] {
         if (!user)
             return failure::ResultOf(ERROR_INVALID_PARAMETER);
-        // The texts are converted as for Create; the groups take the account by its SID.
-        std::wstring wideUser = Wide(user, kAccountChars);
-        std::wstring widePassword = Wide(password, kAccountChars);
-        SecureZeroMemory(&widePassword[0], widePassword.size() * sizeof(wchar_t));
         NarrowServer narrowServer(server);
         BYTE sid[kSidBytes];
         DWORD status = LookUpAccount(narrowServer.get(), CString(domain) + "\\" + user, sid);
@@ -211,10 +208,8 @@ int CSystemAccount::Exists(const wchar_t* server, const char* user)
         if (!user)
             return failure::ResultOf(ERROR_INVALID_PARAMETER);
         UniqueNetBuffer info;
-        NET_API_STATUS status = NetUserGetInfo(server, Wide(user, kNameChars).c_str(), 2, info.put());
-        if (status != NERR_Success)
-            info.release();
-        return failure::ResultOf(static_cast<LONG>(status));
+        return failure::ResultOf(
+            info.kept(static_cast<LONG>(NetUserGetInfo(server, Wide(user, kNameChars).c_str(), 2, info.put()))));
     });
 }
 
@@ -313,6 +308,8 @@ int CSystemAccount::AddDrosvaneUserPrivileges(const wchar_t* server)
         attributes.Length = sizeof(attributes);
         attributes.Attributes = kPolicyAttributes;
         std::wstring serverText = server ? server : L"";
+        if (serverText.size() >= kMaxCountedChars)
+            return failure::ResultOf(ERROR_INVALID_PARAMETER);
         LSA_UNICODE_STRING systemName = {};
         systemName.Buffer = &serverText[0];
         systemName.Length = static_cast<USHORT>(serverText.size() * sizeof(wchar_t));
