@@ -18,5 +18,6 @@
 #include "FolderAccess.h"
 #include "CFirewall.h"
 #include "CCurrentUser.h"
+#include "CSystemAccount.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"

@@ -3,6 +3,7 @@
 // products, the key families below the maker and product keys, and the registered user.
 #include "CTambRegistry.h"
 
+#include "AccountTool.h"
 #include "CComputer.h"
 #include "Failure.h"
 #include "ProductLibrary.h"
@@ -156,12 +157,6 @@ CString BNITProductKey()
 {
     return CString(CTambRegistry::m_sBNInstalledITProducts) + "\\" + CTambRegistry::m_sDrosvane;
 }
-
-// QWTOOL.DLL: the product's services run under the account the tool creates.
-//   DWORD __stdcall QwtSetUserAccountA(const char* name, const char* domain, const char* password,
-//                                      const char* server)
-// The tool reports success with nonzero low 16 bits; the high ones carry nothing for setup.
-typedef DWORD(WINAPI* SetUserAccountExport)(const char*, const char*, const char*, const char*);
 
 // Editions with a sub type of 0 or 1 are not listed among the maker's installed products.
 bool ListedEdition(int subType)
@@ -390,18 +385,19 @@ const char* CTambRegistry::GetDrosvaneOrganization()
     return Refresh(m_sOrganization, &CTambRegistry::GetDrosvaneOrganization);
 }
 
-// A missing entry counts as a failed call.
+// A missing entry counts as a failed call. The account tool takes the account in its own two
+// records (AccountTool.h), the same ones the account operations hand it: the server goes into
+// the 256-byte computer field, and the record holds the domain, the user name and the password.
 void CTambRegistry::AddSystemUserAccount() const
 {
-    ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName("QWTOOL.DLL");
+    ProductLibrary qwtool = ProductLibrary::InCurrentFolderThenByName(accounttool::kLibraryName);
     if (!qwtool) {
         failure::TraceFailureText(m_settings.LogFile(), "Failed to load QWTOOL.DLL to create system user account.");
         return;
     }
-    auto add = qwtool.Entry<SetUserAccountExport>("QwtSetUserAccountA");
-    if (!add
-        || LOWORD(add(m_settings.SystemAccountName(), m_settings.SystemAccountDomain(),
-                      m_settings.SystemAccountPassword(), m_settings.SystemAccountServer()))
-               == 0)
+    DWORD answer = 0;
+    if (!accounttool::SetUserAccount(qwtool, m_settings.SystemAccountServer(), m_settings.SystemAccountDomain(),
+                                     m_settings.SystemAccountName(), m_settings.SystemAccountPassword(), answer)
+        || !accounttool::Succeeded(answer))
         failure::TraceFailureText(m_settings.LogFile(), "Failed to add a user account");
 }

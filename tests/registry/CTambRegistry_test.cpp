@@ -483,7 +483,7 @@ TEST_F(CTambRegistryTest, SystemAccountThroughQwtoolThenTheRegisteredUser)
     CTambRegistry reg(Settings(0));
     EXPECT_STREQ("oldest", reg.GetDrosvaneUserName());
     EXPECT_EQ(1, reg.SetDrosvaneUser());
-    EXPECT_EQ("svc|DOM|pw|SRV\r\n", ReadFileBytes(m_dir / "calls.txt"));
+    EXPECT_EQ("SRV|DOM|svc|pw\r\n", ReadFileBytes(m_dir / "calls.txt"));
     ScopedEnv refused("QWTOOL_ACCOUNT_ANSWER", "0x10000");  // success lives in the low word
     EXPECT_EQ(1, reg.SetDrosvaneUser());
     ASSERT_TRUE(DeleteFileA((m_dir / "QWTOOL.DLL").c_str()));
