@@ -39,7 +39,7 @@ void PrintList(PACL list)
         const BYTE flags = entry->Header.AceFlags;
         printf("      %-32s %-5s 0x%08lX%s%s\n", AccountName(&entry->SidStart).c_str(),
                type == ACCESS_ALLOWED_ACE_TYPE ? "allow" : type == ACCESS_DENIED_ACE_TYPE ? "deny" : "other",
-               entry->Mask, (flags & (OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE)) ? "  inherited by sub keys" : "",
+               entry->Mask, (flags & (OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE)) ? "  inherited below" : "",
                (flags & INHERITED_ACE) ? "  (from the parent)" : "");
     }
 }
@@ -56,6 +56,19 @@ void PrintKeyAccess(const char* key)
             ERROR_SUCCESS ||
         descriptor.kept(GetSecurityInfo(handle.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr,
                                         &list, nullptr, descriptor.put())) != ERROR_SUCCESS) {
+        printf("      (cannot be read)\n");
+        return;
+    }
+    PrintList(list);
+}
+
+void PrintFolderAccess(const char* path)
+{
+    printf("  %s\n", path);
+    PACL list = nullptr;  // points into the descriptor
+    UniqueLocalPtr<PSECURITY_DESCRIPTOR> descriptor;
+    if (descriptor.kept(GetNamedSecurityInfoA(path, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                                              &list, nullptr, descriptor.put())) != ERROR_SUCCESS) {
         printf("      (cannot be read)\n");
         return;
     }

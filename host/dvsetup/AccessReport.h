@@ -6,3 +6,5 @@
 
 // Prints the access list of a key below HKEY_LOCAL_MACHINE in the product's 32-bit view.
 void PrintKeyAccess(const char* key);
+// Prints the access list of a file or folder.
+void PrintFolderAccess(const char* path);

@@ -21,6 +21,14 @@ bool StepReport::Step(const char* name, bool ok)
     return ok;
 }
 
+void StepReport::Skip(const char* name, const char* why)
+{
+    ++m_steps;
+    printf("  %-7s %s: %s\n", "skipped", name, why);
+    fflush(stdout);
+    CLog::Write(m_traceFile, "%s: skipped, %s", name, why);
+}
+
 void StepReport::Note(const char* format, ...)
 {
     CString text;

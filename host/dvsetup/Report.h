@@ -11,6 +11,8 @@ public:
     // Reports the step and passes its outcome on; a failed step with the Win32 error the failing
     // call left (GetLastError as the step ends).
     bool Step(const char* name, bool ok);
+    // A step this machine cannot take, with the reason; it is no failure.
+    void Skip(const char* name, const char* why);
     // A line of information under the current step.
     void Note(const char* format, ...);
     int Failures() const { return m_failures; }

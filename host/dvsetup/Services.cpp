@@ -67,8 +67,10 @@ ServiceFacts AskServiceManager(const char* name)
 
 }  // namespace
 
-void InstallServices(StepReport& report, const CString& medium, const CString& home)
+void InstallServices(StepReport& report, const CString& medium, const CString& home, const char* account,
+                     const char* password)
 {
+    const bool localSystem = CString(account).IsEmpty();
     bool copied = true;
     for (CService::ServiceType type : kMediumServices) {
         const CString file = CService(type).BinaryFile();
@@ -79,7 +81,8 @@ void InstallServices(StepReport& report, const CString& medium, const CString& h
         const CService service(type);
         const char* name = service.Name();
         report.Step(Step("Install service %s (automatic start)", name),
-                    service.InstallService(home, SERVICE_AUTO_START, nullptr, nullptr) != 0);
+                    service.InstallService(home, SERVICE_AUTO_START, localSystem ? nullptr : account,
+                                           localSystem ? nullptr : password) != 0);
         report.Step(Step("Give %s its failure actions", name),
                     CService::ChangeSvcFailureActions(name, SC_ACTION_RESTART, SC_ACTION_RESTART, SC_ACTION_NONE,
                                                       kRestartDelayMs) != 0);

@@ -8,9 +8,10 @@
 #include "CString.h"
 
 // Copies the service programs from the medium into home, installs each service (automatic
-// start, local system account), gives it its failure actions and access list, starts it and opens
-// the firewall for its program.
-void InstallServices(StepReport& report, const CString& medium, const CString& home);
+// start, under the account given, or LocalSystem for an empty one), gives it its failure actions
+// and access list, starts it and opens the firewall for its program.
+void InstallServices(StepReport& report, const CString& medium, const CString& home, const char* account,
+                     const char* password);
 // Stops each service (and what depends on it), closes the firewall for its program and removes
 // it.
 void UninstallServices(StepReport& report, const CString& home);

@@ -11,6 +11,7 @@
 // and trace files default to DVSETUP.LOG and DVSETUP.TRC in the temporary folder. The exit code
 // is the number of failed steps (2 for a wrong command line).
 #include "AccessReport.h"
+#include "Account.h"
 #include "Report.h"
 #include "Services.h"
 
@@ -156,6 +157,7 @@ int Install(SetupRun& run)
                 settings.Initialize() != 0);
     report.Note("product %s, type %d, subtype %d, home %s", settings.ProductName(), settings.ProductType(),
                 settings.ProductSubType(), settings.DrosvanePath());
+    ReportInstaller(report);
 
     bool folders = !CString(settings.DrosvanePath()).IsEmpty();
     for (const char* name : kProductFolders)
@@ -165,7 +167,6 @@ int Install(SetupRun& run)
     // Built with 0: the product record's name comes from the settings' edition.
     CTambRegistry registry(settings, 0);
     report.Step("Write the product registry layout", registry.Write() != 0);
-    report.Step("Give the product key its access list", ProtectProductKey());
 
     tagProductStruct record = ProductRecord(settings, run.medium);
     report.Step("Register the product record", CTambRegistry::RegisterProduct(CTambRegistry::m_sProductDrosvane,
@@ -179,7 +180,10 @@ int Install(SetupRun& run)
     report.Step("Write the Add or Remove Programs entry",
                 CTambRegistry::CreateUninstallKey(CTambRegistry::m_sDrosvane, settings.ProductName(), uninstall) != 0);
 
-    InstallServices(report, run.medium, settings.DrosvanePath());
+    const CString account = CreateServiceAccount(report, settings);
+    InstallServices(report, run.medium, settings.DrosvanePath(), account, settings.SystemAccountPassword());
+    ProtectProductFolders(report, settings.DrosvanePath());
+    report.Step("Give the product key its access list", ProtectProductKey());
     return report.Finish("install");
 }
 
@@ -194,6 +198,7 @@ int Uninstall(SetupRun& run)
     CTambRegistry registry(settings, 0);
 
     UninstallServices(report, settings.CurrentDrosvanePath());
+    DeleteServiceAccount(report, settings);
 
     CTambRegistry::DeleteUninstallKey(CTambRegistry::m_sDrosvane);
     report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath()));
@@ -299,6 +304,7 @@ int Status(SetupRun& run)
     printf("Access list of the product key\n");
     PrintKeyAccess(ProductKeyPath(nullptr));
     PrintServices(settings.CurrentDrosvanePath());
+    PrintAccountAndFolders(settings, settings.CurrentDrosvanePath());
     return installed ? 0 : 1;
 }
 
