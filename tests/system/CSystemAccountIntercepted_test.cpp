@@ -172,7 +172,9 @@ Calls Assigned(const std::string& s)
 }
 Calls Privileges(const std::string& s, const std::string& policyServer)
 {
-    return {"LsaOpenPolicy(" + policyServer + ",24,0xF2,zero,0xF0FFF)", "LookupAccountSidA(" + s + ",S-1-5-32-551)",
+    // The attributes record is 24 bytes in the 32-bit build and 48 in the 64-bit one.
+    const std::string length = sizeof(void*) == 4 ? "24" : "48";
+    return {"LsaOpenPolicy(" + policyServer + "," + length + ",0xF2,zero,0xF0FFF)", "LookupAccountSidA(" + s + ",S-1-5-32-551)",
             "LookupAccountNameA(" + s + ",BUILTIN\\Operadores,1024,80)", "LsaOpenAccount(policy,S-1-5-32-551,983055)",
             "LsaSetSystemAccessAccount(account,23)", "LookupPrivilegeValueA(" + s + ",SeTcbPrivilege)",
             "LsaAddPrivilegesToAccount(account,SeTcbPrivilege,1,1,2)",
