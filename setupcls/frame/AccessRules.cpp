@@ -14,6 +14,13 @@ DWORD NewSid(SID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first, DWORD 
 
 }  // namespace
 
+bool IsWindows6OrLater()
+{
+    OSVERSIONINFOA version = {};
+    version.dwOSVersionInfoSize = sizeof(version);
+    return GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT && version.dwMajorVersion >= 6;
+}
+
 DWORD Everyone(UniqueSid& sid)
 {
     return NewSid(SECURITY_WORLD_SID_AUTHORITY, 1, SECURITY_WORLD_RID, 0, sid);

@@ -9,6 +9,9 @@
 
 namespace access {
 
+// Windows NT 6 (Vista) or later, by GetVersionExA: the rules give Everyone more from there on.
+bool IsWindows6OrLater();
+
 // S-1-1-0, Everyone.
 DWORD Everyone(UniqueSid& sid);
 // S-1-5-32-<rid>, a group of the built-in domain (DOMAIN_ALIAS_RID_ADMINS 544, _USERS 545,

@@ -220,11 +220,7 @@ DWORD CurrentState(const char* name)
 // its status.
 DWORD EveryoneServiceAccess()
 {
-    OSVERSIONINFOA version = {};
-    version.dwOSVersionInfoSize = sizeof(version);
-    const bool nt6 =
-        GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT && version.dwMajorVersion >= 6;
-    return nt6 ? (GENERIC_READ | SERVICE_QUERY_STATUS) : SERVICE_QUERY_STATUS;
+    return access::IsWindows6OrLater() ? (GENERIC_READ | SERVICE_QUERY_STATUS) : SERVICE_QUERY_STATUS;
 }
 
 DWORD SetAccessList(const char* name)

@@ -6,6 +6,7 @@
 #include "AccessRules.h"
 #include "Failure.h"
 #include "Handles.h"
+#include "TextRules.h"
 
 #include <aclapi.h>
 
@@ -26,23 +27,11 @@ const char kTrustedInstaller[] = "NT SERVICE\\TrustedInstaller";
 const DWORD kSidBufferSize = 300;
 const DWORD kDomainBufferSize = 200;
 
-bool IsEmpty(const char* text)
-{
-    return !text || !*text;
-}
-
 bool FinderMatches(const std::string& pattern)
 {
     WIN32_FIND_DATAA found;
     UniqueFind search(FindFirstFileA(pattern.c_str(), &found));
     return static_cast<bool>(search);
-}
-
-bool IsWindows6OrLater()
-{
-    OSVERSIONINFOA version = {};
-    version.dwOSVersionInfoSize = sizeof(version);
-    return GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT && version.dwMajorVersion >= 6;
 }
 
 // Enables (or disables) one privilege in token. The call succeeds even when the token lacks the
@@ -96,7 +85,7 @@ DWORD TakeOwnership(std::string& folder)
 
 DWORD PutFolderRule(const char* folder)
 {
-    const bool windows6 = IsWindows6OrLater();
+    const bool windows6 = access::IsWindows6OrLater();
     std::string path(folder);
     // The folder must hold at least one match of "*.*" ("." and ".." count). The separator is
     // appended even to a path that already ends in one: the finder accepts the doubled one.
@@ -310,7 +299,7 @@ int AddAccountEntry(const char* system, const char* path, const char* account, D
 
 int WINAPI AddAccessPermissionOnFolder(const char* folder)
 {
-    if (IsEmpty(folder)) {
+    if (IsEmptyText(folder)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
@@ -319,7 +308,7 @@ int WINAPI AddAccessPermissionOnFolder(const char* folder)
 
 int WINAPI GetBuiltinDomainAccessMaskOnFolder(const char* path, DWORD rid, DWORD* mask)
 {
-    if (IsEmpty(path) || !mask) {
+    if (IsEmptyText(path) || !mask) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
