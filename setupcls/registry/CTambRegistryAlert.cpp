@@ -528,12 +528,5 @@ void CTambRegistry::DeleteAlertBranch()
 {
     if (m_sTamberlyKey.IsEmpty())
         return;
-    const CString branch = m_sTamberlyKey + "\\" + m_sALERT;
-    {
-        UniqueKey key;
-        if (regview::OpenKey(HKEY_LOCAL_MACHINE, branch, KEY_ALL_ACCESS, key) != ERROR_SUCCESS)
-            return;
-        RegDeleteTreeA(key.get(), nullptr);
-    }
-    regview::DeleteKey(HKEY_LOCAL_MACHINE, branch);
+    DeleteTree(HKEY_LOCAL_MACHINE, m_sTamberlyKey + "\\" + m_sALERT);
 }

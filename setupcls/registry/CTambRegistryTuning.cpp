@@ -69,14 +69,7 @@ unsigned long CTambRegistry::GetDrosvaneDatabase(unsigned long& type)
 void CTambRegistry::DeleteSmartReactionBranch()
 {
     failure::ContainExceptions(0, [] {
-        const CString branch = m_sDrosvaneKey + "\\" + m_sSmartReaction;
-        {
-            UniqueKey key;
-            if (regview::OpenKey(HKEY_LOCAL_MACHINE, branch, KEY_ALL_ACCESS, key) != ERROR_SUCCESS)
-                return 0;
-            RegDeleteTreeA(key.get(), nullptr);
-        }
-        regview::DeleteKey(HKEY_LOCAL_MACHINE, branch);
+        DeleteTree(HKEY_LOCAL_MACHINE, m_sDrosvaneKey + "\\" + m_sSmartReaction);
         return 0;
     });
 }

@@ -73,4 +73,12 @@ LONG WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE*
 LONG WriteLocalText(const char* key, const char* value, const char* text);
 LONG WriteLocalNumber(const char* key, const char* value, DWORD number);
 
+// ---- Key trees, in the product's view below the root given; an empty path would name the
+// root itself and is refused (ERROR_INVALID_PARAMETER). ----
+LONG SubKeyNames(HKEY key, std::vector<CString>& names);
+// Every key below path, deepest first; path itself stays.
+LONG DeleteBelow(HKEY root, const CString& path);
+// The key at path with everything below it.
+LONG DeleteTree(HKEY root, const CString& path);
+
 }  // namespace registry

@@ -189,9 +189,9 @@ DWORD StopOpenService(SC_HANDLE service, const char* name, int wait, int stopDep
     // The status a stop control hands back may be the one from before the stop (Wine's is), so
     // the wait starts from the service's state as it is now; and a service that has not yet
     // reported the stop it accepted is waited for as a pending stop is.
-    if (wait && !QueryServiceStatus(service, &status))
-        return GetLastError();
     if (wait) {
+        if (!QueryServiceStatus(service, &status))
+            return GetLastError();
         DWORD count = status.dwWaitHint / 1000;
         if (count == 0)
             count = 1;

@@ -30,13 +30,17 @@ int CService::IsWindowsFirewallAdded(const char* imagePath, char* buffer, unsign
     });
 }
 
-int CService::WindowsFirewallAdd(const char* imagePath, const char* name, char* buffer, unsigned long size)
+namespace {
+
+// One change on a started firewall; the message goes to the caller only when it failed.
+template <typename Change>
+int ChangeFirewall(char* buffer, unsigned long size, Change change)
 {
     return failure::ContainExceptions(0, [&] {
         CFirewall firewall;
         HRESULT result = firewall.WindowsFirewallInitialize();
         if (SUCCEEDED(result))
-            result = firewall.WindowsFirewallAddApp(imagePath, name);
+            result = change(firewall);
         if (SUCCEEDED(result))
             return 1;
         firewall.GetErrorMessage(buffer, size);
@@ -44,16 +48,16 @@ int CService::WindowsFirewallAdd(const char* imagePath, const char* name, char* 
     });
 }
 
+}  // namespace
+
+int CService::WindowsFirewallAdd(const char* imagePath, const char* name, char* buffer, unsigned long size)
+{
+    return ChangeFirewall(buffer, size,
+                          [&](CFirewall& firewall) { return firewall.WindowsFirewallAddApp(imagePath, name); });
+}
+
 int CService::WindowsFirewallRemove(const char* imagePath, char* buffer, unsigned long size)
 {
-    return failure::ContainExceptions(0, [&] {
-        CFirewall firewall;
-        HRESULT result = firewall.WindowsFirewallInitialize();
-        if (SUCCEEDED(result))
-            result = firewall.WindowsFirewallRemoveApp(imagePath);
-        if (SUCCEEDED(result))
-            return 1;
-        firewall.GetErrorMessage(buffer, size);
-        return 0;
-    });
+    return ChangeFirewall(buffer, size,
+                          [&](CFirewall& firewall) { return firewall.WindowsFirewallRemoveApp(imagePath); });
 }
