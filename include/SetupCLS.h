@@ -21,3 +21,4 @@
 #include "CSystemAccount.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"
+#include "DvSetUpgrade.h"
