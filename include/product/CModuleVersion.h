@@ -12,9 +12,11 @@
 
 #include "CString.h"
 
-#include <shlwapi.h>
-
 #include <vector>
+
+// DLLVERSIONINFO of <shlwapi.h>, which a caller of GetDLLVersionInfo includes; this header does
+// not, to keep the shell's macros out of every caller.
+struct _DLLVERSIONINFO;
 
 class SETUPCLS_API CModuleVersion : public VS_FIXEDFILEINFO {
 public:
@@ -34,7 +36,7 @@ public:
     // Asks the module's own "DllGetVersion" export to fill info (whose cbSize the caller sets).
     // 1 when the export is there and answers success; 0 when the module cannot be loaded, has no
     // such export, or the export fails.
-    static int GetDLLVersionInfo(const char* fileName, DLLVERSIONINFO* info);
+    static int GetDLLVersionInfo(const char* fileName, _DLLVERSIONINFO* info);
 
     // The first translation of the resource read last.
     WORD Language() const { return m_language; }

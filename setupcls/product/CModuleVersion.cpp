@@ -5,6 +5,8 @@
 #include "ProductLibrary.h"
 #include "TextRules.h"
 
+#include <shlwapi.h>
+
 #include <cstring>
 
 namespace {

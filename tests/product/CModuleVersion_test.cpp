@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <shlwapi.h>
+
 using namespace testsupport;
 
 TEST(CModuleVersion, ReadsTheFixedBlockAndTextsOfTheFirstTranslation)

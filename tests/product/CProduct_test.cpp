@@ -1,7 +1,6 @@
 #include "CProduct.h"
 #include "CTambRegistry.h"
 
-#include "ImportHook.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +18,7 @@ const char kDescription[] =
 
 class ProductTest : public ::testing::Test {
 protected:
+    void SetUp() override { ASSERT_TRUE(CopyFixture("dvversion.dll", m_dir / "dvversion.dll")); }
     std::string Write(const char* library32)
     {
         char text[1024];
@@ -27,8 +27,7 @@ protected:
         return m_dir / "setup.inf";
     }
     TempDir m_dir;
-    ScopedEnv m_version{"DVV_FIXTURE_VERSION", "19.0"};
-    ScopedEnv m_build{"DVV_FIXTURE_BUILD", "8347"};
+    ScopedEnv m_version{"DVV_FIXTURE_VERSION", "19.0"}, m_build{"DVV_FIXTURE_BUILD", "8347"};
     ScopedEnv m_trace{"DVSET_TRACEFILE", (m_dir / "trace.log").c_str()};
 };
 
@@ -67,6 +66,7 @@ TEST_F(ProductTest, EarlierEntriesAreReadByTheirTwoDigitSuffix)
     }
     CProduct three(file.c_str(), 3, nullptr);
     EXPECT_EQ((List{"Base", "", "Agent"}), Texts(three.getRegSubKey()));  // empty items kept
+    EXPECT_TRUE(CProduct(file.c_str(), 7, nullptr).getRegSubKey().empty());
     EXPECT_EQ(11, three.getMajorMaxVersionNo());
     EXPECT_EQ(5, three.getMinorMinVersionNo());
     const std::string trace = ReadFileBytes(m_dir / "trace.log");
@@ -74,9 +74,10 @@ TEST_F(ProductTest, EarlierEntriesAreReadByTheirTwoDigitSuffix)
         EXPECT_NE(std::string::npos, trace.find(line)) << line << " not in\n" << trace;
 }
 
+// Wine's system is 64-bit: with no "32VersionDLL" the product's "VersionDLL" is read. Which one a
+// 64-bit or a 32-bit system reads is shown with the upgrade verdict (DvSetUpgrade_test.cpp).
 TEST_F(ProductTest, NewProductTakesItsKeysAndTheVersionLibraryBesideTheFile)
 {
-    ASSERT_TRUE(CopyFixture("dvversion.dll", m_dir / "dvversion.dll"));
     CProduct product(Write("").c_str(), -1, nullptr);
     EXPECT_STREQ("{NEW}", product.getProductCode());
     EXPECT_STREQ("2", product.getProductSubType());
@@ -87,48 +88,4 @@ TEST_F(ProductTest, NewProductTakesItsKeysAndTheVersionLibraryBesideTheFile)
     EXPECT_EQ(std::string(CTambRegistry::m_sDrosvaneKey) + "(BACKUP)", product.getRegBKRootKey());
     EXPECT_EQ(0x1300, product.getVersionNo());
     EXPECT_EQ(8347, product.getBuildNo());
-}
-
-TEST(CProductSetters, VersionTextsAndLists)
-{
-    CProduct product;
-    EXPECT_EACH(0, ANSWER(product.getVersionNo()), ANSWER(product.getRegSubKey().size()), ANSWER(product.getUpgradeMsg()));
-    product.setVersionNo("11.5");
-    EXPECT_EQ(0x0B05, product.getVersionNo());
-    product.setVersionNo("12");
-    EXPECT_EQ(0x0C00, product.getVersionNo());
-    product.setRegNewPathSubKey("a,");
-    EXPECT_EQ((List{"a", ""}), Texts(product.getRegNewPathSubKey()));
-    product.setRegNewPathSubKey("");
-    EXPECT_TRUE(product.getRegNewPathSubKey().empty());
-}
-
-// Wine runs on a 64-bit system only: the native system information is intercepted to show a
-// 32-bit one. On a 64-bit machine the library "32VersionDLL" names is read (here a missing one:
-// version and build 0), unless it names none.
-namespace {
-WORD g_architecture;
-void WINAPI FakeGetNativeSystemInfo(LPSYSTEM_INFO info)
-{
-    ZeroMemory(info, sizeof(*info));
-    info->wProcessorArchitecture = g_architecture;
-}
-}  // namespace
-
-TEST_F(ProductTest, InterceptedBitnessChoosesTheVersionLibrary)
-{
-    ASSERT_TRUE(CopyFixture("dvversion.dll", m_dir / "dvversion.dll"));
-    SETUPCLS_HOOK_IMPORT(hook, "KERNEL32.dll", GetNativeSystemInfo, FakeGetNativeSystemInfo);
-    struct Case {
-        WORD architecture;
-        const char* library32;
-        int build;
-    } cases[] = {{PROCESSOR_ARCHITECTURE_AMD64, "missing32.dll", 0},
-                 {PROCESSOR_ARCHITECTURE_AMD64, "", 8347},
-                 {PROCESSOR_ARCHITECTURE_INTEL, "missing32.dll", 8347}};
-    for (const Case& c : cases) {
-        g_architecture = c.architecture;
-        EXPECT_EQ(c.build, CProduct(Write(c.library32).c_str(), -1, nullptr).getBuildNo())
-            << c.architecture << " " << c.library32;
-    }
 }

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 
 using namespace testsupport;
@@ -61,11 +62,12 @@ protected:
         const std::string record = Record(version, build, subType);
         ASSERT_TRUE(RegWrite(kView32, kProducts, name, REG_BINARY, record.data(), 49));
     }
-    void Describe(const char* version, const char* build, const std::string& upgrade)
+    void Describe(const char* version, const char* build, const std::string& upgrade,
+                  const std::string& libraries = "VersionDLL=dvversion.dll\r\n")
     {
         SetEnvironmentVariableA("DVV_FIXTURE_VERSION", version);
         SetEnvironmentVariableA("DVV_FIXTURE_BUILD", build);
-        ASSERT_TRUE(WriteFileBytes(m_dir / "setup.inf", "[Upgrade]\r\nVersionDLL=dvversion.dll\r\n" + Entry(0, kOld) + upgrade));
+        ASSERT_TRUE(WriteFileBytes(m_dir / "setup.inf", "[Upgrade]\r\n" + libraries + Entry(0, kOld) + upgrade));
     }
     int Verdict(DWORD& out, const char* descriptor = kDescriptor, const char* machine = nullptr)
     {
@@ -146,10 +148,14 @@ void WINAPI FakeGetNativeSystemInfo(LPSYSTEM_INFO info)
 }
 }  // namespace
 
-TEST_F(UpgradeTest, InterceptedBitnessGivesTheAgentsTheirOwnRule)
+// A 64-bit system reads the new product's "32VersionDLL" (here the only one there, so a 32-bit
+// system finds version 0.0, a downgrade); its agents are bounded by "64VersionRange" instead of
+// the list, which still decides for the other products.
+TEST_F(UpgradeTest, InterceptedBitnessChoosesTheVersionLibraryAndTheAgentsRule)
 {
     SETUPCLS_HOOK_IMPORT(hook, "KERNEL32.dll", GetNativeSystemInfo, FakeGetNativeSystemInfo);
-    Describe("12.0", "1300", "64VersionRange=11.0,11.5\r\n" + Entry(1, "{GONE}"));
+    ASSERT_TRUE(CopyFixture("dvversion.dll", m_dir / "dv32.dll"));
+    Describe("12.0", "1300", "64VersionRange=11.0,11.5\r\n" + Entry(1, kOld), "VersionDLL=missing.dll\r\n32VersionDLL=dv32.dll\r\n");
     struct Case {
         WORD architecture;
         const char* descriptor;
@@ -157,8 +163,8 @@ TEST_F(UpgradeTest, InterceptedBitnessGivesTheAgentsTheirOwnRule)
         int verdict;
     } cases[] = {{PROCESSOR_ARCHITECTURE_AMD64, "ClientAgentNT", 0x0B05, 0},
                  {PROCESSOR_ARCHITECTURE_AMD64, "VSSAgent", 0x0A00, 1},  // below the 64-bit range
-                 {PROCESSOR_ARCHITECTURE_INTEL, "ClientAgentNT", 0x0B05, 1},  // the list: not installed
-                 {PROCESSOR_ARCHITECTURE_AMD64, kDescriptor, 0x0B05, 1}};
+                 {PROCESSOR_ARCHITECTURE_INTEL, "ClientAgentNT", 0x0B05, 1},
+                 {PROCESSOR_ARCHITECTURE_AMD64, kDescriptor, 0x0A00, 0}};
     for (const Case& c : cases) {
         g_architecture = c.architecture;
         Install(c.version, 1200, 0, c.descriptor);
@@ -166,6 +172,7 @@ TEST_F(UpgradeTest, InterceptedBitnessGivesTheAgentsTheirOwnRule)
         EXPECT_EQ(c.verdict, Verdict(out, c.descriptor)) << c.architecture << " " << c.descriptor;
     }
     EXPECT_TRUE(Traced("IsAllowProductUpgradeOnRemote64() -> old product: 10.0,1200\r\n"));
+    EXPECT_TRUE(Traced("DvSetIsAllowUpgrade() - End - Return 1,\r\n"));
 }
 
 namespace {
@@ -175,10 +182,7 @@ namespace {
 using Tree = std::map<std::string, std::string>;
 std::string Bytes(const std::string& data)
 {
-    unsigned long long hash = 14695981039346656037ull;
-    for (char byte : data)
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 1099511628211ull;
-    return data.size() <= 32 ? data : std::to_string(data.size()) + " bytes, hash " + std::to_string(hash);
+    return data.size() <= 32 ? data : std::to_string(data.size()) + " bytes, hash " + std::to_string(std::hash<std::string>()(data));
 }
 void ReadTree(HKEY key, const std::string& path, Tree& tree)
 {
@@ -253,8 +257,10 @@ TEST_F(UpgradeTest, BackupAndRestoreCarryTheEarlierKeysByteForByte)
     EXPECT_EQ("Version", RegRead(kView32, backup, "Version"));
     EXPECT_EQ("-", RegRead(kView32, backup, "Other"));
 
+    ASSERT_EQ(1, DvSetCreateRSSubRegKeys(nullptr, "New\\Sub,,Other"));  // empty items skipped
     DvSetRSOldProdRegKey();
     EXPECT_EQ(base, Snapshot(product + "\\Base"));
+    EXPECT_TRUE(RegKeyExists(kView32, product + "\\New\\Sub"));
     EXPECT_FALSE(RegKeyExists(kView32, backup));
     for (const std::string& line : std::vector<std::string>{
              "DvSetBKOldProdRegKey() - End - Return 1\r\n", "DeleteSourceKeys() - End\r\n",
@@ -279,10 +285,8 @@ TEST_F(UpgradeTest, InterceptedRemoteMachineIsAskedInItsOwnRegistry)
         ~Remove() { RegDeleteTreeA(HKEY_CURRENT_USER, kRemote); RegDeleteKeyA(HKEY_CURRENT_USER, kRemote); }
     } remove;
     const std::string record = Record(0x0B05, 1200, 0), remote = std::string(kRemote) + "\\";
-    UniqueKey key;
-    ASSERT_EQ(0, RegCreateKeyExA(HKEY_CURRENT_USER, (remote + kUninstall + "{REMOTE}").c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
-    ASSERT_EQ(0, RegCreateKeyExA(HKEY_CURRENT_USER, (remote + kProducts).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
-    ASSERT_EQ(0, RegSetValueExA(key.get(), kDescriptor, 0, REG_BINARY, reinterpret_cast<const BYTE*>(record.data()), 49));
+    ASSERT_EQ(0, RegSetKeyValueA(HKEY_CURRENT_USER, (remote + kUninstall + "{REMOTE}").c_str(), "", REG_SZ, "", 1));
+    ASSERT_EQ(0, RegSetKeyValueA(HKEY_CURRENT_USER, (remote + kProducts).c_str(), kDescriptor, REG_BINARY, record.data(), 49));
     Describe("11.5", "1300", Entry(1, kOld) + Entry(2, "{REMOTE}") + "RegSubKey02=Base\r\n");
     SETUPCLS_HOOK_IMPORT(hook, "ADVAPI32.dll", RegConnectRegistryA, FakeRegConnectRegistryA);
     DWORD out = 0;
