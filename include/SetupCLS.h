@@ -21,4 +21,6 @@
 #include "CSystemAccount.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"
+#include "CProduct.h"
+#include "CModuleVersion.h"
 #include "DvSetUpgrade.h"

@@ -23,15 +23,12 @@
 // library answer that breaks the contract below), ERROR_NOT_ENOUGH_MEMORY. On any failure the
 // caller's output buffer and output length are left as they were.
 //
-// When the environment variable DVSET_TRACEFILE names a file, each scrambling call appends its two
-// trace lines there through CLog.
+// When the environment variable DVSET_TRACEFILE (DVSET_TRACE_FILE_VARIABLE, CLog.h) names a file,
+// each scrambling call appends its two trace lines there through CLog.
 #pragma once
 
+#include "CLog.h"  // DVSET_TRACE_FILE_VARIABLE
 #include "SetupCLSExport.h"
-
-// The environment variable through which the setup program hands its trace file to the
-// scrambling functions.
-#define DVSET_TRACE_FILE_VARIABLE "DVSET_TRACEFILE"
 
 // Size in bytes of the text buffer of DVSET_ZOREncrypt_NUMSTR.
 #define DVSET_NUMSTR_TEXT_SIZE 150

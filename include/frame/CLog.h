@@ -13,6 +13,11 @@
 
 #include "CString.h"
 
+// The environment variable through which the setup program names its trace file to the parts of
+// the library it does not hand its settings to: the installer scripts' plain functions and the
+// upgrade description reader.
+#define DVSET_TRACE_FILE_VARIABLE "DVSET_TRACEFILE"
+
 class SETUPCLS_API CLog {
 public:
     explicit CLog(const char* file);

@@ -39,6 +39,10 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(m_module); }
 
+    // The loaded module (null when nothing is loaded), for asking Windows about the file it was
+    // loaded from; the object keeps owning it.
+    HMODULE Module() const { return m_module.get(); }
+
     // Why the load failed (a Win32 error code; of the last attempt where a search makes several);
     // 0 when the library is loaded. A null or empty name or folder fails with
     // ERROR_INVALID_PARAMETER without Windows being asked.

@@ -1,17 +1,16 @@
 #include "DvSetScramble.h"
 
-#include "CLog.h"
 #include "CString.h"
 #include "ModulePath.h"
 #include "ProductLibrary.h"
 #include "Failure.h"
 #include "ProfileFile.h"
 #include "SetupInfNames.h"
+#include "SetupTraceFile.h"  // the trace file DVSET_TRACEFILE names
 #include "TextRules.h"
 
 #include <io.h>
 
-#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -42,23 +41,6 @@ using MallocBuffer = std::unique_ptr<BYTE[], FreeDeleter>;
 MallocBuffer AllocateBytes(DWORD size)
 {
     return MallocBuffer(static_cast<BYTE*>(malloc(size ? size : 1)));
-}
-
-// The library never picks a trace file name of its own. The setup program names its trace file
-// in the environment variable DVSET_TRACEFILE, which the installer scripts calling these
-// functions inherit; without it the scrambling calls write no trace.
-void Trace(const char* format, ...)
-{
-    char file[MAX_PATH];
-    DWORD length = GetEnvironmentVariableA(DVSET_TRACE_FILE_VARIABLE, file, sizeof(file));
-    if (length == 0 || length >= sizeof(file))
-        return;
-    char message[512];
-    va_list args;
-    va_start(args, format);
-    FormatCut(message, format, args);
-    va_end(args);
-    CLog::Write(file, "%s", message);
 }
 
 unsigned int Address(const void* pointer)
@@ -176,13 +158,13 @@ int Scramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength
         MallocBuffer buffer = AllocateBytes(maxOutLength);
         if (!buffer)
             return ERROR_NOT_ENOUGH_MEMORY;
-        Trace("pOutData=%x maxoutLen=%d", Address(buffer.get()), static_cast<int>(maxOutLength));
+        setuptrace::Write("pOutData=%x maxoutLen=%d", Address(buffer.get()), static_cast<int>(maxOutLength));
 
         BYTE* scrambled = buffer.get();
         DWORD scrambledLength = maxOutLength;
         int result = encrypt(inData, inLength, &scrambled, &scrambledLength);
-        Trace("pInData=%x IndataLen=%d *pOutData=%x *pOutDataBufSize=%d", Address(inData), static_cast<int>(inLength),
-              Address(scrambled), static_cast<int>(scrambledLength));
+        setuptrace::Write("pInData=%x IndataLen=%d *pOutData=%x *pOutDataBufSize=%d", Address(inData),
+                          static_cast<int>(inLength), Address(scrambled), static_cast<int>(scrambledLength));
         if (result != 0)
             return result;
         if (scrambled != buffer.get() || scrambledLength > maxOutLength)
