@@ -56,8 +56,9 @@ public:
 
     // Non-zero while a process holds the named mutex. The probe creates (or opens) the mutex
     // asking for ownership, waits on it for no time, releases it once and closes it: a mutex it
-    // made is gone again afterwards. A mutex that cannot be created or opened (a null name, the
-    // name of an object of another kind, access denied) answers 0.
+    // made is gone again afterwards. A name that cannot be created or opened as a mutex (the name
+    // of an object of another kind, access denied) answers 0; so does a null or empty name, which
+    // probes a fresh unnamed mutex.
     static int IsRunning(const char* mutexName);
 
     // Hides the first top-level window of the class and posts it its close request: the manager

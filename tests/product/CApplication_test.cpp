@@ -83,32 +83,22 @@ TEST(Application, EachConsoleHasItsClassAndMutex)
 {
     const struct {
         CApplication::Application value;
-        const char* const& classConstant;
-        const char* const& mutexConstant;
-        const char* windowClass;
-        const char* mutex;
-    } consoles[] = {
-        {CApplication::DrosvaneManager, CApplication::DrosvaneManagerClass, CApplication::DrosvaneManagerMutex,
-         "DrosvaneMgr", "DrosvaneMgrAppInstMutex"},
-        {CApplication::DrosvaneAdmin, CApplication::DrosvanerAdminClass, CApplication::DrosvaneAdminMutex,
-         "DrosvaneAdmin", "DrosvaneAdminAppInstMutex"},
-        {CApplication::DrosvaneCentralDBConfig, CApplication::DrosvaneCentralDBConfigClass,
-         CApplication::DrosvaneCentralDBConfigMutex, "DRVCentralDBConfig", "DRVCentralDBConfigAppInstMutex"},
-        {CApplication::DrosvaneMonitor, CApplication::DrosvaneMonitorClass, CApplication::DrosvaneMonitorMutex,
-         "DVDM32WClass", "DVDM32Mutex"},
-        {CApplication::DrosvaneDeviceConfig, CApplication::DrosvaneDeviceConfigClass,
-         CApplication::DrosvaneDeviceConfigMutex, "Device Configuration", "DrosvaneDeviceConfigurationMutex"},
-    };
+        const char *windowClass, *mutex, *const& classConstant;
+    } consoles[] = {{CApplication::DrosvaneManager, "DrosvaneMgr", "DrosvaneMgrAppInstMutex", CApplication::DrosvaneManagerClass},
+                    {CApplication::DrosvaneAdmin, "DrosvaneAdmin", "DrosvaneAdminAppInstMutex", CApplication::DrosvanerAdminClass},
+                    {CApplication::DrosvaneCentralDBConfig, "DRVCentralDBConfig", "DRVCentralDBConfigAppInstMutex",
+                     CApplication::DrosvaneCentralDBConfigClass},
+                    {CApplication::DrosvaneMonitor, "DVDM32WClass", "DVDM32Mutex", CApplication::DrosvaneMonitorClass},
+                    {CApplication::DrosvaneDeviceConfig, "Device Configuration", "DrosvaneDeviceConfigurationMutex",
+                     CApplication::DrosvaneDeviceConfigClass}};
     for (const auto& console : consoles) {
-        SCOPED_TRACE(console.windowClass);
-        EXPECT_STREQ(console.windowClass, console.classConstant);
-        EXPECT_STREQ(console.mutex, console.mutexConstant);
         CApplication application(console.value);
         EXPECT_STREQ(console.windowClass, application.GetClassNameA());
+        EXPECT_STREQ(console.windowClass, console.classConstant);
         UniqueHandle held(CreateMutexA(nullptr, TRUE, console.mutex));
         int answer = -1;
         std::thread([&] { answer = application.IsRunning(); }).join();
-        EXPECT_EQ(1, answer) << "the object's mutex is the console's";
+        EXPECT_EQ(1, answer) << console.mutex << " is the object's mutex";
     }
 }
 
