@@ -24,3 +24,5 @@
 #include "CProduct.h"
 #include "CModuleVersion.h"
 #include "DvSetUpgrade.h"
+#include "CApplication.h"
+#include "CMIF.h"
