@@ -21,3 +21,5 @@
 #include "CSystemAccount.h"
 #include "CSetupInf.h"
 #include "DvSetScramble.h"
+#include "CJobQueue.h"
+#include "CRemoteMailslot.h"
