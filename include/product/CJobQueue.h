@@ -12,9 +12,9 @@
 // loses the line; tracing never fails an operation.
 //
 // Results: the int operations answer 1 for success and 0 for failure, with the reason in
-// GetLastError (the entry point's own answer when it failed, ERROR_MOD_NOT_FOUND or
-// ERROR_PROC_NOT_FOUND when the library or its entry point is missing; these two write no trace
-// line). The entry points' codes are passed on untranslated.
+// GetLastError: the entry point's own answer, passed on untranslated, or why the library could
+// not be loaded (ERROR_MOD_NOT_FOUND...) or ERROR_PROC_NOT_FOUND for a missing entry point. A
+// library or entry point that is missing writes no trace line (except for GetQueueJobStatus).
 #pragma once
 
 #include "CString.h"

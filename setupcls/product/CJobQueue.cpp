@@ -54,10 +54,8 @@ DWORD TraceJobQueue(const char* message)
     _strtime(time);
     char line[kLineSize];
     int lineLength = snprintf(line, sizeof(line), "%s %s\t%s\r\n", date, time, message);
-    if (lineLength < 0)
-        return ERROR_INVALID_PARAMETER;
-    if (lineLength >= static_cast<int>(sizeof(line)))
-        lineLength = static_cast<int>(sizeof(line)) - 1;  // the message's end is lost, not the file's
+    if (lineLength < 0 || lineLength >= static_cast<int>(sizeof(line)))
+        return ERROR_INSUFFICIENT_BUFFER;  // the operations' messages are far shorter
 
     UniqueFile handle(CreateFileA(file, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
