@@ -144,11 +144,12 @@ int CJobQueue::CreateQueue(char* coreFolder)
         if (IsEmptyText(coreFolder))
             return failure::ResultOf(ERROR_INVALID_PARAMETER);
         unsigned long answer = 0;
-        DWORD status = CallCoreEntry<QSICreateQueueFn>(coreFolder, "CreateQueue", "QSICreateQueue", answer, [&](auto ask) {
-            // The queue handle is the core library's; setup keeps no queue open.
+        // The queue handle is the core library's; setup keeps no queue open.
+        auto create = [&](auto ask) {
             void* queue = nullptr;
             return ask(0UL, m_sQueueName, 0UL, static_cast<const char*>(coreFolder), &queue);
-        });
+        };
+        DWORD status = CallCoreEntry<QSICreateQueueFn>(coreFolder, "CreateQueue", "QSICreateQueue", answer, create);
         if (status != ERROR_SUCCESS)
             return failure::ResultOf(static_cast<LONG>(status));
         return failure::ResultOf(answer == kQueueExists ? ERROR_SUCCESS : static_cast<LONG>(answer));
