@@ -26,3 +26,5 @@
 #include "DvSetUpgrade.h"
 #include "CApplication.h"
 #include "CMIF.h"
+#include "CJobQueue.h"
+#include "CRemoteMailslot.h"

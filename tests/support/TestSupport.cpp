@@ -62,8 +62,8 @@ std::string CurrentFolder()
 
 std::string EnvText(const char* name)
 {
-    char text[MAX_PATH] = {};
-    GetEnvironmentVariableA(name, text, sizeof(text));
+    std::string text(GetEnvironmentVariableA(name, nullptr, 0), '\0');
+    text.resize(text.empty() ? 0 : GetEnvironmentVariableA(name, &text[0], static_cast<DWORD>(text.size())));
     return text;
 }
 
