@@ -2,23 +2,30 @@
 // stands on, reports the installation as the registry holds it, and removes it again, driving
 // the library the way the suite's setup programs do.
 //
-//   dvsetup install   [/l:<log file>] [/t:<trace file>]
-//   dvsetup status    [/l:<log file>] [/t:<trace file>]
-//   dvsetup uninstall [/l:<log file>] [/t:<trace file>]
+//   dvsetup install   [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
+//   dvsetup status    [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
+//   dvsetup uninstall [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
+//   dvsetup consoles
+//   dvsetup listen    [/w:<seconds, default 120>] [/n:<results to wait for, default 1>]
 //
 // The medium is the folder of dvsetup.exe: SETUP.INF describes it, SETUP.ICF answers the
-// installation's questions (the run is a batch operation), DVVER.DLL tells the version. The log
-// and trace files default to DVSETUP.LOG and DVSETUP.TRC in the temporary folder. The exit code
-// is the number of failed steps (2 for a wrong command line).
+// installation's questions (the run is a batch operation), DVVER.DLL tells the version. The log,
+// trace and MIF status files default to DVSETUP.LOG, DVSETUP.TRC and DVSETUP.MIF in the
+// temporary folder. install and uninstall report their progress to a master setup on this
+// machine, which `listen` plays. The exit code is the number of failed steps (2 for a wrong
+// command line).
 #include "AccessReport.h"
 #include "Account.h"
+#include "Master.h"
 #include "Report.h"
 #include "Services.h"
+#include "Upgrade.h"
 
 #include "SetupCLS.h"
 #include "Handles.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -29,6 +36,7 @@ struct SetupRun {
     CString medium;     // folder of dvsetup.exe, ending in a back-slash
     CString logFile;
     CString traceFile;
+    CString mifFile;
     tagSETUP_INFO info;
 };
 
@@ -60,6 +68,7 @@ SetupRun PrepareRun(const CCommandLineMap& args)
     run.medium = ProgramFolder();
     args.GetSwitch('l', run.logFile, TempFile("DVSETUP.LOG"));
     args.GetSwitch('t', run.traceFile, TempFile("DVSETUP.TRC"));
+    args.GetSwitch('m', run.mifFile, TempFile("DVSETUP.MIF"));
 
     CSetupInf medium;  // the SETUP.INF beside dvsetup.exe
     CString answerFile = run.medium + CSetupIcf::DefaultICFFileName();
@@ -117,9 +126,17 @@ bool KeyExistsInAnyView(const char* key)
     return KeyExists(key, KEY_WOW64_32KEY) || KeyExists(key, KEY_WOW64_64KEY);
 }
 
-CString UninstallKeyPath()
+// The Add or Remove Programs entry is named by the product code, as the Windows Installer names
+// the entries of the products it installs; the upgrade of a later release finds the product
+// there.
+CString ProductCode(const CString& medium)
 {
-    return CString("Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") + CTambRegistry::m_sDrosvane;
+    return MediumSetupValue(medium, "ProductCode");
+}
+
+CString UninstallKeyPath(const CString& medium)
+{
+    return CString("Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\") + ProductCode(medium);
 }
 
 // The product's own keys below the product key, deepest first, so that each is empty when it
@@ -158,6 +175,18 @@ int Install(SetupRun& run)
     report.Note("product %s, type %d, subtype %d, home %s", settings.ProductName(), settings.ProductType(),
                 settings.ProductSubType(), settings.DrosvanePath());
     ReportInstaller(report);
+    MasterReport master(run.mifFile, 0);
+    master.Status(1, "install started");
+
+    // Before any file is touched: no console of the product may hold one open, and an earlier
+    // product is either replaceable (its keys are kept aside and it is removed) or the
+    // installation stops here.
+    CloseConsoles(report);
+    if (!PrepareUpgrade(report, run.medium)) {
+        master.Finish(report, report.Failures(), "install refused: the installed product may not be replaced");
+        return report.Finish("install");
+    }
+    master.Status(2, "earlier product handled");
 
     bool folders = !CString(settings.DrosvanePath()).IsEmpty();
     for (const char* name : kProductFolders)
@@ -178,12 +207,16 @@ int Install(SetupRun& run)
     CString uninstall;
     uninstall.Format("\"%sdvsetup.exe\" uninstall", run.medium.GetString());
     report.Step("Write the Add or Remove Programs entry",
-                CTambRegistry::CreateUninstallKey(CTambRegistry::m_sDrosvane, settings.ProductName(), uninstall) != 0);
+                CTambRegistry::CreateUninstallKey(ProductCode(run.medium), settings.ProductName(), uninstall) != 0);
 
     const CString account = CreateServiceAccount(report, settings);
     InstallServices(report, run.medium, settings.DrosvanePath(), account, settings.SystemAccountPassword());
     ProtectProductFolders(report, settings.DrosvanePath());
     report.Step("Give the product key its access list", ProtectProductKey());
+    master.Status(3, "registry and services in place");
+    CreateJobQueue(report, run.medium, settings.DrosvanePath());
+    RestoreEarlierKeys(report);
+    master.Finish(report, report.Failures(), report.Failures() ? "install failed" : "install finished");
     return report.Finish("install");
 }
 
@@ -196,12 +229,16 @@ int Uninstall(SetupRun& run)
     CSettings settings(&run.info, 1);
     report.Step("Build the installation settings", settings.Initialize() != 0);
     CTambRegistry registry(settings, 0);
+    MasterReport master(run.mifFile, 1);
+    master.Status(1, "uninstall started");
 
+    CloseConsoles(report);
     UninstallServices(report, settings.CurrentDrosvanePath());
     DeleteServiceAccount(report, settings);
+    DeleteJobQueue(report);
 
-    CTambRegistry::DeleteUninstallKey(CTambRegistry::m_sDrosvane);
-    report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath()));
+    CTambRegistry::DeleteUninstallKey(ProductCode(run.medium));
+    report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath(run.medium)));
 
     CTambRegistry::UnregisterProduct(CTambRegistry::m_sProductDrosvane);
     report.Step("Unregister the product record",
@@ -222,6 +259,7 @@ int Uninstall(SetupRun& run)
     const int cut = home.ReverseFind('\\');
     if (cut > 0)
         RemoveDirectoryA(home.Left(cut));
+    master.Finish(report, report.Failures(), report.Failures() ? "uninstall failed" : "uninstall finished");
     return report.Finish("uninstall");
 }
 
@@ -300,17 +338,22 @@ int Status(SetupRun& run)
     for (const char* sub : kProductSubKeys)
         PrintKey(ProductKeyPath(sub));
     PrintKey(CTambRegistry::m_sProductsKey);
-    PrintKey(UninstallKeyPath());
+    PrintKey(UninstallKeyPath(run.medium));
     printf("Access list of the product key\n");
     PrintKeyAccess(ProductKeyPath(nullptr));
     PrintServices(settings.CurrentDrosvanePath());
     PrintAccountAndFolders(settings, settings.CurrentDrosvanePath());
+    PrintConsoles();
+    PrintUpgradeAndQueue(run.medium);
+    printf("Last MIF status\n  %s\n", LastMifStatus(run.mifFile).GetString());
     return installed ? 0 : 1;
 }
 
 int Usage()
 {
-    printf("usage: dvsetup install|status|uninstall [/l:<log file>] [/t:<trace file>]\n");
+    printf("usage: dvsetup install|status|uninstall [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]\n"
+           "       dvsetup consoles\n"
+           "       dvsetup listen [/w:<seconds>] [/n:<results>]\n");
     return 2;
 }
 
@@ -330,5 +373,15 @@ int main()
         return Uninstall(run);
     if (command.CompareNoCase("status") == 0)
         return Status(run);
+    if (command.CompareNoCase("consoles") == 0) {
+        PrintConsoles();
+        return 0;
+    }
+    if (command.CompareNoCase("listen") == 0) {
+        CString wait, results;
+        args.GetSwitch('w', wait, "120");
+        args.GetSwitch('n', results, "1");
+        return Listen(strtoul(wait, nullptr, 10), strtoul(results, nullptr, 10));
+    }
     return Usage();
 }

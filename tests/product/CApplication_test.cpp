@@ -12,62 +12,6 @@ using namespace testsupport;
 
 namespace {
 
-// Names no other program of the prefix uses.
-std::string Unique(const std::string& what)
-{
-    static int counter = 0;
-    return "DVC-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++counter) + "-" + what;
-}
-
-// DVCONSOLE.EXE with a window of the class and title, holding the mutex; ready once its window
-// exists. A console still running at scope exit is ended.
-class Console : NoCopy {
-public:
-    Console(const std::string& windowClass, const std::string& title, const std::string& mutex = Unique("mutex"))
-        : m_class(windowClass), m_mutex(mutex)
-    {
-        const std::string ready = Unique("ready");
-        UniqueHandle event(CreateEventA(nullptr, TRUE, FALSE, ready.c_str()));
-        std::string line = "\"" + FixturePath("DVCONSOLE.EXE") + "\" \"/class:" + windowClass + "\" \"/title:" + title +
-                           "\" /mutex:" + mutex + " \"/record:" + m_record + "\" /ready:" + ready + " /timeout:30000";
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION started = {};
-        if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &started))
-            return;
-        UniqueHandle thread(started.hThread);
-        m_process.reset(started.hProcess);
-        HANDLE waits[] = {event.get(), m_process.get()};
-        m_ready = WaitForMultipleObjects(2, waits, FALSE, 10000) == WAIT_OBJECT_0;
-    }
-    ~Console()
-    {
-        if (m_process && WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT) {
-            TerminateProcess(m_process.get(), 9);
-            WaitForSingleObject(m_process.get(), 5000);
-        }
-    }
-    bool ready() const { return m_ready; }
-    HWND window() const { return ::FindWindowA(m_class.c_str(), nullptr); }
-    const std::string& mutex() const { return m_mutex; }
-    bool running() const { return WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT; }
-    // The exit code once it ended (STILL_ACTIVE when it did not within 10 s).
-    DWORD exitCode() const
-    {
-        DWORD code = STILL_ACTIVE;
-        WaitForSingleObject(m_process.get(), 10000);
-        GetExitCodeProcess(m_process.get(), &code);
-        return code;
-    }
-    std::string record() const { return ReadFileBytes(m_record); }
-
-private:
-    TempDir m_dir;
-    std::string m_class, m_mutex, m_record = m_dir / "record.txt";
-    UniqueHandle m_process;
-    bool m_ready = false;
-};
-
 // IsRunning as another thread than the caller sees it: a mutex the caller's own thread owns
 // would be taken again by a probe on that thread.
 int ProbeElsewhere(const std::string& mutex)
@@ -112,7 +56,7 @@ TEST(Application, OutOfRangeValueHasEmptyNames)
 
 TEST(Application, IsRunningAnswersWhetherAnotherHoldsTheMutex)
 {
-    const std::string name = Unique("probe");
+    const std::string name = UniqueName("probe");
     EXPECT_EQ(0, ProbeElsewhere(name)) << "no one holds it";
     EXPECT_EQ(nullptr, UniqueHandle(OpenMutexA(SYNCHRONIZE, FALSE, name.c_str())).get()) << "the probe left it";
     {
@@ -122,7 +66,7 @@ TEST(Application, IsRunningAnswersWhetherAnotherHoldsTheMutex)
     UniqueHandle abandoned;
     std::thread([&] { abandoned.reset(CreateMutexA(nullptr, TRUE, name.c_str())); }).join();
     EXPECT_EQ(1, ProbeElsewhere(name)) << "abandoned by its owner";
-    const std::string eventName = Unique("event");
+    const std::string eventName = UniqueName("event");
     UniqueHandle event(CreateEventA(nullptr, TRUE, FALSE, eventName.c_str()));
     EXPECT_EQ(0, ProbeElsewhere(eventName)) << "the name of an event";
 }
@@ -138,23 +82,23 @@ TEST(Application, CloseWindowPostsTheManagerItsOwnRequest)
                  {"DrosvaneMgr", "drosvanemgr", "WM_CLOSE hidden\r\n"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.asked);
-        Console console(c.windowClass, Unique("title"));
+        FixtureConsole console(c.windowClass, UniqueName("title"));
         ASSERT_TRUE(console.ready());
         EXPECT_EQ(1, CApplication::IsRunning(console.mutex().c_str()));
         EXPECT_EQ(1, CApplication::CloseWindow(c.asked));
-        EXPECT_EQ(0u, console.exitCode()) << "closed by the request";
+        EXPECT_EQ(0L, console.exitCode()) << "closed by the request";
         EXPECT_EQ(c.record, console.record());
         EXPECT_EQ(0, CApplication::IsRunning(console.mutex().c_str())) << "ended";
     }
-    EXPECT_EACH(0, ANSWER(CApplication::CloseWindow(Unique("class").c_str())), ANSWER(CApplication::CloseWindow("")),
+    EXPECT_EACH(0, ANSWER(CApplication::CloseWindow(UniqueName("class").c_str())), ANSWER(CApplication::CloseWindow("")),
                 ANSWER(CApplication::CloseWindow(nullptr)));
 }
 
 TEST(Application, FindWindowAMatchesTitleTextInTheFirst255Characters)
 {
-    const std::string head = Unique("head");
+    const std::string head = UniqueName("head");
     std::string title = head + std::string(250 - head.size(), '.') + "ABCDEFGHIJ" + std::string(40, '.');
-    Console console(Unique("class"), title);
+    FixtureConsole console(UniqueName("class"), title);
     ASSERT_TRUE(console.ready());
     // The test's own window with the same title is never answered.
     HWND own = CreateWindowExA(0, "STATIC", title.c_str(), WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
@@ -165,7 +109,7 @@ TEST(Application, FindWindowAMatchesTitleTextInTheFirst255Characters)
     } cases[] = {{head, console.window()},
                  {"ABCDE", console.window()},      // ends at character 255
                  {"ABCDEF", nullptr},              // its last letter is the 256th
-                 {Unique("none"), nullptr},
+                 {UniqueName("none"), nullptr},
                  {"", nullptr}};
     for (const auto& c : cases)
         EXPECT_EQ(c.found, CApplication::FindWindowA(c.text.c_str())) << c.text;
@@ -175,14 +119,14 @@ TEST(Application, FindWindowAMatchesTitleTextInTheFirst255Characters)
 
 TEST(Application, CloseWindowsClosesEveryWindowWhoseTitleHasTheText)
 {
-    const std::string text = Unique("closeall");
-    Console first(Unique("class"), "1 " + text), second(Unique("class"), text + " 2"), other(Unique("class"), "other");
+    const std::string text = UniqueName("closeall");
+    FixtureConsole first(UniqueName("class"), "1 " + text), second(UniqueName("class"), text + " 2"), other(UniqueName("class"), "other");
     ASSERT_TRUE(first.ready());
     ASSERT_TRUE(second.ready());
     ASSERT_TRUE(other.ready());
     CApplication::CloseWindows(text.c_str());
-    for (const Console* console : {&first, &second}) {
-        EXPECT_EQ(0u, console->exitCode());
+    for (FixtureConsole* console : {&first, &second}) {
+        EXPECT_EQ(0L, console->exitCode());
         std::string record = console->record(), rest = record;
         for (size_t at; (at = rest.find("WM_CLOSE hidden\r\n")) != std::string::npos;)
             rest.erase(at, 17);

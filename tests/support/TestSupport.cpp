@@ -108,8 +108,9 @@ void RemoveTree(const std::string& path)
 
 namespace {
 
-// With an output handle, the program's standard output and error both go to it.
-long Run(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
+// With an output handle, the program's standard output and error both go to it. The program's
+// process, or nothing when it could not start.
+UniqueHandle Start(const std::string& commandLine, HANDLE output)
 {
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
@@ -122,37 +123,75 @@ long Run(const std::string& commandLine, HANDLE output, DWORD timeoutMs)
     std::string line = commandLine;
     if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, output != nullptr, 0, nullptr, nullptr, &startup,
                         &process))
-        return -1;
-    UniqueHandle thread(process.hThread), program(process.hProcess);
+        return UniqueHandle();
+    UniqueHandle thread(process.hThread);
+    return UniqueHandle(process.hProcess);
+}
+
+long WaitForExit(HANDLE program, DWORD timeoutMs)
+{
     DWORD code = 0;
-    bool ended = WaitForSingleObject(program.get(), timeoutMs) == WAIT_OBJECT_0;
+    if (!program)
+        return -1;
+    bool ended = WaitForSingleObject(program, timeoutMs) == WAIT_OBJECT_0;
     if (!ended)
-        TerminateProcess(program.get(), 1);
-    return ended && GetExitCodeProcess(program.get(), &code) ? long(code) : -1;
+        TerminateProcess(program, 1);
+    return ended && GetExitCodeProcess(program, &code) ? long(code) : -1;
 }
 
 }  // namespace
 
 long RunProgram(const std::string& commandLine, DWORD timeoutMs)
 {
-    return Run(commandLine, nullptr, timeoutMs);
+    UniqueHandle program = Start(commandLine, nullptr);
+    return WaitForExit(program.get(), timeoutMs);
 }
 
 // Through a temporary file: no pipe to drain while the program runs.
 long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs)
 {
-    output.clear();
-    TempDir dir;
-    const std::string file = dir / "output.txt";
-    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    UniqueFile handle(CreateFileA(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!handle)
-        return -1;
-    long result = Run(commandLine, handle.get(), timeoutMs);
-    handle.reset();
-    output = ReadFileBytes(file);
+    BackgroundProgram program(commandLine);
+    long result = program.Wait(timeoutMs);
+    output = program.Output();
     return result;
+}
+
+BackgroundProgram::BackgroundProgram(const std::string& commandLine)
+{
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    UniqueFile output(CreateFileA(m_output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (output)
+        m_process = Start(commandLine, output.get());
+}
+
+BackgroundProgram::~BackgroundProgram()
+{
+    if (m_process && WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT) {
+        TerminateProcess(m_process.get(), 9);
+        WaitForSingleObject(m_process.get(), 5000);
+    }
+}
+
+long BackgroundProgram::Wait(DWORD timeoutMs)
+{
+    return WaitForExit(m_process.get(), timeoutMs);
+}
+
+std::string UniqueName(const std::string& what)
+{
+    static int counter = 0;
+    return "DVC-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++counter) + "-" + what;
+}
+
+FixtureConsole::FixtureConsole(const std::string& windowClass, const std::string& title, const std::string& mutex)
+    : m_class(windowClass), m_mutex(mutex), m_ready(UniqueName("ready")),
+      m_readyEvent(CreateEventA(nullptr, TRUE, FALSE, m_ready.c_str())),
+      m_program("\"" + FixturePath("DVCONSOLE.EXE") + "\" \"/class:" + windowClass + "\" \"/title:" + title +
+                "\" /mutex:" + mutex + " \"/record:" + m_record + "\" /ready:" + m_ready + " /timeout:30000")
+{
+    HANDLE waits[] = {m_readyEvent.get(), m_program.process()};
+    m_isReady = m_program.process() && WaitForMultipleObjects(2, waits, FALSE, 10000) == WAIT_OBJECT_0;
 }
 
 }  // namespace testsupport

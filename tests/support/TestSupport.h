@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "Handles.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -63,6 +65,51 @@ void RemoveTree(const std::string& path);  // read-only files included
 // form also returns what the program wrote to its standard output and error.
 long RunProgram(const std::string& commandLine, DWORD timeoutMs = 60000);
 long RunProgramCapture(const std::string& commandLine, std::string& output, DWORD timeoutMs = 60000);
+
+// A program started on a full command line that runs beside the test, its standard output and
+// error going to a file; ended at scope exit when it still runs.
+class BackgroundProgram : NoCopy {
+public:
+    explicit BackgroundProgram(const std::string& commandLine);
+    ~BackgroundProgram();
+    HANDLE process() const { return m_process.get(); }
+    // Its exit code once it ended; -1 when it did not start or outlived the timeout (it is then
+    // ended).
+    long Wait(DWORD timeoutMs = 60000);
+    std::string Output() const { return ReadFileBytes(m_output); }
+
+private:
+    TempDir m_dir;
+    std::string m_output = m_dir / "output.txt";
+    UniqueHandle m_process;
+};
+
+// A name no other program of the prefix uses: "DVC-<process>-<counter>-<what>".
+std::string UniqueName(const std::string& what);
+
+// The console fixture DVCONSOLE.EXE with a window of the class and title, holding the mutex and
+// recording the close requests it receives; ready once its window exists. A console still
+// running at scope exit is ended.
+class FixtureConsole : NoCopy {
+public:
+    FixtureConsole(const std::string& windowClass, const std::string& title,
+                   const std::string& mutex = UniqueName("mutex"));
+    bool ready() const { return m_isReady; }
+    HWND window() const { return ::FindWindowA(m_class.c_str(), nullptr); }
+    const std::string& mutex() const { return m_mutex; }
+    bool running() const { return WaitForSingleObject(m_program.process(), 0) == WAIT_TIMEOUT; }
+    // The exit code once it ended (-1 when it did not within 10 s).
+    long exitCode() { return m_program.Wait(10000); }
+    // One line a close request: "0x637 hidden", "WM_CLOSE visible"...
+    std::string record() const { return ReadFileBytes(m_record); }
+
+private:
+    TempDir m_dir;
+    std::string m_class, m_mutex, m_ready, m_record = m_dir / "record.txt";
+    UniqueHandle m_readyEvent;
+    BackgroundProgram m_program;
+    bool m_isReady = false;
+};
 
 // A fresh current folder holding the scrambling library DVDCEN.DLL, where SetupCLS.dll finds it
 // (the test program's folder and its parent hold no SETUP.INF, and the parent, tried first then,
