@@ -217,6 +217,8 @@ TEST_F(CTambRegistryAlertIntercepted, WhatFollowsARefusedWrite)
 {
     SETUPCLS_HOOK_IMPORT(hook, "ADVAPI32.dll", RegSetValueExA, RefusingRegSetValueExA);
     ASSERT_TRUE(RegWrite(kView32, kAgents, "1", "Other"));
+    // An uninstall leaves RNNAME, so the prefix may hold it; the fixture puts it back afterwards.
+    RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kEnvironment.c_str(), "RNNAME");
     R registry(Settings());
     const struct { const char* refused; int (R::*call)(); std::string refusedKey, key; const char *value, *expected; } rows[] = {
         {"EventMessageFile", &R::SetAlertEventLog, kSource, kSource, "TypesSupported", "7"},

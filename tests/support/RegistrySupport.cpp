@@ -73,15 +73,30 @@ ScopedRegistryKeys::~ScopedRegistryKeys()
 ScopedValues::ScopedValues(HKEY root, std::string key, std::vector<std::string> names)
     : m_root(root), m_key(std::move(key))
 {
-    for (const std::string& name : names)
-        if (RegGetValueA(m_root, m_key.c_str(), name.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            m_missing.push_back(name);
+    for (const std::string& name : names) {
+        Saved saved{name, false, REG_NONE, std::string()};
+        DWORD size = 0;
+        if (RegGetValueA(m_root, m_key.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &saved.type, nullptr, &size) ==
+            ERROR_SUCCESS) {
+            saved.data.resize(size);
+            saved.present = RegGetValueA(m_root, m_key.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &saved.type,
+                                         size ? &saved.data[0] : nullptr, &size) == ERROR_SUCCESS;
+            saved.data.resize(size);
+        }
+        m_saved.push_back(saved);
+    }
 }
 
 ScopedValues::~ScopedValues()
 {
-    for (const std::string& name : m_missing)
-        RegDeleteKeyValueA(m_root, m_key.c_str(), name.c_str());
+    for (const Saved& saved : m_saved) {
+        if (!saved.present) {
+            RegDeleteKeyValueA(m_root, m_key.c_str(), saved.name.c_str());
+            continue;
+        }
+        RegSetKeyValueA(m_root, m_key.c_str(), saved.name.c_str(), saved.type, saved.data.data(),
+                        static_cast<DWORD>(saved.data.size()));
+    }
 }
 
 namespace {

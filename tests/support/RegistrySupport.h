@@ -33,8 +33,9 @@ private:
     std::vector<std::pair<REGSAM, std::string>> m_created;
 };
 
-// Deletes at scope exit the values of a key (under any root, natural view) that were missing
-// when the object was made.
+// Puts back at scope exit the values of a key (under any root, natural view) as they were when
+// the object was made: those that were there with their type and data, those that were missing
+// deleted.
 class ScopedValues {
 public:
     ScopedValues(HKEY root, std::string key, std::vector<std::string> names);
@@ -43,9 +44,15 @@ public:
     ScopedValues& operator=(const ScopedValues&) = delete;
 
 private:
+    struct Saved {
+        std::string name;
+        bool present;
+        DWORD type;
+        std::string data;
+    };
     HKEY m_root;
     std::string m_key;
-    std::vector<std::string> m_missing;
+    std::vector<Saved> m_saved;
 };
 
 // What the product's registrations write outside the product key, removed at scope exit when
