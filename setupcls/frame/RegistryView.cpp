@@ -80,4 +80,58 @@ CString ParentKey(const CString& path)
     return separator < 0 ? CString() : path.Left(separator);
 }
 
+// ---- Key trees. Every path is below the root given; an empty path would name the root
+// itself and is refused. ----
+
+// The names of the sub keys of an open key (a key name has 255 characters at most).
+LONG SubKeyNames(HKEY key, std::vector<CString>& names)
+{
+    char name[256];
+    for (DWORD index = 0;; ++index) {
+        DWORD length = sizeof(name);
+        const LONG status = RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
+        if (status == ERROR_NO_MORE_ITEMS)
+            return ERROR_SUCCESS;
+        if (status != ERROR_SUCCESS)
+            return status;
+        names.push_back(CString(name, static_cast<int>(length)));
+    }
+}
+
+// Every key below path, deepest first. The names are read before anything is deleted, so that
+// the enumeration does not shift under the deletions; a sub key that cannot go leaves the
+// status of its failure, and the others still go.
+LONG DeleteBelow(HKEY root, const CString& path)
+{
+    if (path.IsEmpty())
+        return ERROR_INVALID_PARAMETER;
+    std::vector<CString> names;
+    {
+        UniqueKey key;
+        LONG status = regview::OpenKey(root, path, KEY_ALL_ACCESS, key);
+        if (status == ERROR_SUCCESS)
+            status = SubKeyNames(key.get(), names);
+        if (status != ERROR_SUCCESS)
+            return status;
+    }
+    LONG result = ERROR_SUCCESS;
+    for (const CString& name : names) {
+        const CString child = path + "\\" + name;
+        DeleteBelow(root, child);
+        const LONG status = regview::DeleteKey(root, child);
+        if (status != ERROR_SUCCESS && result == ERROR_SUCCESS)
+            result = status;
+    }
+    return result;
+}
+
+// The key at path with everything below it.
+LONG DeleteTree(HKEY root, const CString& path)
+{
+    if (path.IsEmpty())
+        return ERROR_INVALID_PARAMETER;
+    DeleteBelow(root, path);
+    return regview::DeleteKey(root, path);
+}
+
 }  // namespace regview

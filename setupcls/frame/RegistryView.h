@@ -14,6 +14,8 @@
 #include "CString.h"
 #include "Handles.h"
 
+#include <vector>
+
 namespace regview {
 
 const REGSAM kProductView = KEY_WOW64_32KEY;
@@ -39,5 +41,14 @@ LONG ReadText(HKEY root, const char* path, const char* value, char* buffer, unsi
 // it (empty then). A 0x5C trail byte of a double-byte name is no separator.
 CString LastKeyName(const CString& path);
 CString ParentKey(const CString& path);
+
+// ---- Key trees, in the product's view below the root given; an empty path would name the
+// root itself and is refused (ERROR_INVALID_PARAMETER). ----
+// The names of the sub keys of an open key.
+LONG SubKeyNames(HKEY key, std::vector<CString>& names);
+// Every key below path, deepest first; path itself stays.
+LONG DeleteBelow(HKEY root, const CString& path);
+// The key at path with everything below it.
+LONG DeleteTree(HKEY root, const CString& path);
 
 }  // namespace regview

@@ -1,6 +1,5 @@
 #include "RegistryTreeCopy.h"
 
-#include "CTambRegistry.h"
 #include "Failure.h"
 #include "RegistryView.h"
 #include "TextRules.h"
@@ -13,9 +12,8 @@ namespace {
 // Values are first read into a buffer of this size; a larger one is read again into a buffer of
 // its own size.
 const DWORD kFirstValueBuffer = 4096;
-// A value name has at most 16,383 characters, a key name 255.
+// A value name has at most 16,383 characters.
 const DWORD kValueNameSize = 16384;
-const DWORD kKeyNameSize = 256;
 
 // The agent node address key was renamed; its content is kept under the new name. Both names
 // keep their spelling.
@@ -74,20 +72,6 @@ LONG CopyValues(HKEY from, HKEY to)
     }
 }
 
-LONG SubKeyNames(HKEY key, std::vector<CString>& names)
-{
-    char name[kKeyNameSize];
-    for (DWORD index = 0;; ++index) {
-        DWORD length = kKeyNameSize;
-        const LONG status = RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
-        if (status == ERROR_NO_MORE_ITEMS)
-            return ERROR_SUCCESS;
-        if (status != ERROR_SUCCESS)
-            return status;
-        names.push_back(CString(name, static_cast<int>(length)));
-    }
-}
-
 // The key, then its sub keys one by one, then its values. Paths are opened from the root each
 // time, so that no more than two keys of each level are open at once.
 LONG RegRecurCopyTree(HKEY root, const CString& source, const CString& destination)
@@ -107,7 +91,7 @@ LONG RegRecurCopyTree(HKEY root, const CString& source, const CString& destinati
         return status;
     }
     std::vector<CString> names;
-    status = SubKeyNames(from.get(), names);
+    status = regview::SubKeyNames(from.get(), names);
     for (size_t i = 0; status == ERROR_SUCCESS && i < names.size(); ++i)
         status = RegRecurCopyTree(root, source + "\\" + names[i], target + "\\" + names[i]);
     return status == ERROR_SUCCESS ? CopyValues(from.get(), to.get()) : status;
@@ -116,9 +100,7 @@ LONG RegRecurCopyTree(HKEY root, const CString& source, const CString& destinati
 LONG DeleteSourceKeys(HKEY root, const CString& source)
 {
     upgrade::Trace("DeleteSourceKeys() - Start");
-    LONG status = CTambRegistry::DeleteSubKeys(root, source) ? ERROR_SUCCESS : failure::StatusOf(FALSE);
-    if (status == ERROR_SUCCESS)
-        status = regview::DeleteKey(root, source);
+    const LONG status = regview::DeleteTree(root, source);
     upgrade::Trace("DeleteSourceKeys() - End");
     return status;
 }

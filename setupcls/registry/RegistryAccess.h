@@ -8,6 +8,7 @@
 #include "CString.h"
 #include "CTambRegistry.h"
 #include "Handles.h"
+#include "RegistryView.h"
 
 #include <vector>
 
@@ -73,12 +74,9 @@ LONG WriteLocalValue(const char* key, const char* value, DWORD type, const BYTE*
 LONG WriteLocalText(const char* key, const char* value, const char* text);
 LONG WriteLocalNumber(const char* key, const char* value, DWORD number);
 
-// ---- Key trees, in the product's view below the root given; an empty path would name the
-// root itself and is refused (ERROR_INVALID_PARAMETER). ----
-LONG SubKeyNames(HKEY key, std::vector<CString>& names);
-// Every key below path, deepest first; path itself stays.
-LONG DeleteBelow(HKEY root, const CString& path);
-// The key at path with everything below it.
-LONG DeleteTree(HKEY root, const CString& path);
+// Key trees in the product's view (RegistryView.h).
+using regview::DeleteBelow;
+using regview::DeleteTree;
+using regview::SubKeyNames;
 
 }  // namespace registry
