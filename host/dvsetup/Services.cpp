@@ -140,3 +140,21 @@ int PrintServices(const CString& home)
     }
     return installed;
 }
+
+void BackupServiceStartTypes(StepReport& report, const char* key)
+{
+    bool kept = true;
+    for (CService::ServiceType type : kMediumServices)
+        kept = CService::BackupServiceStatus(key, CService(type).Name()) != 0 && kept;
+    report.Step("Keep the services' start types with the earlier product's keys", kept);
+}
+
+void RestoreServiceStartTypes(StepReport& report, const char* key)
+{
+    bool restored = true;
+    for (CService::ServiceType type : kMediumServices) {
+        const CService service(type);
+        restored = CService::RestoreServiceStatus(key, service.Name(), nullptr) != 0 && restored;
+    }
+    report.Step("Give the services the start types they had", restored);
+}

@@ -18,3 +18,9 @@ void UninstallServices(StepReport& report, const CString& home);
 // Prints each service's state, start type, program and dependencies, and the firewall's answers.
 // Answers the number of services installed.
 int PrintServices(const CString& home);
+
+// The start type of each service, kept as a value of HKEY_LOCAL_MACHINE\<key> (product view)
+// before an earlier product is removed, and given back to the new services after the install:
+// a user who set a service to start by hand keeps that choice across an upgrade.
+void BackupServiceStartTypes(StepReport& report, const char* key);
+void RestoreServiceStartTypes(StepReport& report, const char* key);

@@ -3,8 +3,11 @@
 #include "CApplication.h"
 #include "CComputer.h"
 #include "CJobQueue.h"
+#include "CTambRegistry.h"
 #include "DvSetUpgrade.h"
+#include "Handles.h"
 #include "PathRules.h"
+#include "Services.h"
 
 #include <cstdio>
 
@@ -22,6 +25,34 @@ const DWORD kConsoleExitWaitMs = 30000;
 const DWORD kConsolePollMs = 100;
 
 const char kCoreLibrary[] = "DVCORE.DLL";
+const char kUninstallKey[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+const char kUninstallString[] = "UninstallString";
+
+// Where the services' start types are kept across an upgrade: below the product key, among the
+// keys the medium's upgrade description carries over.
+CString StartTypesKey()
+{
+    return CTambRegistry::m_sDrosvaneKey + "\\Base\\Services";
+}
+
+// The command that removes the earlier product: its own uninstaller, as its Add or Remove
+// Programs entry names it; empty when the entry names none (a Windows Installer product is then
+// removed by its product code).
+CString UninstallCommand(const char* productCode)
+{
+    UniqueKey entry;
+    if (entry.kept(RegOpenKeyExA(HKEY_LOCAL_MACHINE, CString(kUninstallKey) + productCode, 0,
+                                 KEY_QUERY_VALUE | KEY_WOW64_32KEY, entry.put())) != ERROR_SUCCESS)
+        return CString();
+    char command[1024] = {};
+    DWORD size = sizeof(command) - 1;
+    DWORD type = REG_NONE;
+    if (RegQueryValueExA(entry.get(), kUninstallString, nullptr, &type, reinterpret_cast<BYTE*>(command), &size) !=
+            ERROR_SUCCESS ||
+        type != REG_SZ)
+        return CString();
+    return command;
+}
 
 bool WaitUntilGone(CApplication& console)
 {
@@ -109,18 +140,26 @@ bool PrepareUpgrade(StepReport& report, const CString& medium)
         return allowed;
     }
     report.Note("earlier product: version %lu.%lu build %lu", (earlier >> 8) & 0xFF, earlier & 0xFF, earlier >> 16);
-    char productCode[MAX_PATH] = {};
+    BackupServiceStartTypes(report, StartTypesKey());
+    char productCode[DVSET_PRODUCT_CODE_SIZE] = {};
     if (!report.Step("Back up the earlier product's keys",
                      DvSetBKOldProduct(SetupFolder(medium), MediumSetupValue(medium, kDescriptorKey), productCode, nullptr) != 0))
         return false;
     report.Note("earlier product code %s", productCode);
-    return report.Step("Remove the earlier product", DvSetUninstallOldProd(productCode, 0, medium) != 0);
+    // Its own uninstaller when it names one (the library then pauses 20 s for what that
+    // uninstaller may have left running), else the Windows Installer by the product code.
+    const CString command = UninstallCommand(productCode);
+    report.Note("removed by %s", command.IsEmpty() ? "the Windows Installer" : command.GetString());
+    return report.Step("Remove the earlier product",
+                       command.IsEmpty() ? DvSetUninstallOldProd(productCode, FALSE, medium) != 0
+                                         : DvSetUninstallOldProd(command, TRUE, medium) != 0);
 }
 
 void RestoreEarlierKeys(StepReport& report)
 {
     DvSetRSOldProdRegKey();
     report.Step("Restore the earlier product's backed-up keys", true);
+    RestoreServiceStartTypes(report, StartTypesKey());
 }
 
 void CreateJobQueue(StepReport& report, const CString& medium, const CString& home)

@@ -3,22 +3,26 @@
 // the library the way the suite's setup programs do.
 //
 //   dvsetup install   [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
+//   dvsetup upgrade   [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
 //   dvsetup status    [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
 //   dvsetup uninstall [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]
 //   dvsetup consoles
 //   dvsetup listen    [/w:<seconds, default 120>] [/n:<results to wait for, default 1>]
+//   dvsetup snapshot  <file>
 //
 // The medium is the folder of dvsetup.exe: SETUP.INF describes it, SETUP.ICF answers the
 // installation's questions (the run is a batch operation), DVVER.DLL tells the version. The log,
 // trace and MIF status files default to DVSETUP.LOG, DVSETUP.TRC and DVSETUP.MIF in the
 // temporary folder. install and uninstall report their progress to a master setup on this
-// machine, which `listen` plays. The exit code is the number of failed steps (2 for a wrong
-// command line).
+// machine, which `listen` plays. `snapshot` writes the machine state that setup changes into a
+// file (a name without blanks, as the command line is split at them), to compare with diff. The
+// exit code is the number of failed steps (2 for a wrong command line).
 #include "AccessReport.h"
 #include "Account.h"
 #include "Master.h"
 #include "Report.h"
 #include "Services.h"
+#include "Snapshot.h"
 #include "Upgrade.h"
 
 #include "SetupCLS.h"
@@ -161,11 +165,183 @@ bool ProtectProductKey()
     return CTambRegistry::AddAccessPermissionOnRegistryKey(key.get(), 1) != 0 && GetLastError() == ERROR_SUCCESS;
 }
 
-int Install(SetupRun& run)
+// ---- The installation: one ordered table of stages, each with what undoes it. ----
+//
+// install runs the stages in order; uninstall runs their mirrors backwards; an install whose
+// stage fails runs the mirrors of that stage and of every stage before it, backwards, so that
+// the machine is left as it was and a second install starts from a clean slate. A mirror undoes
+// whatever part of its stage is there, so it also serves after a stage that stopped half-way.
+// What one stage does is reported step by step as it ends; a new stage is one row.
+
+// What the stages share.
+struct Installation {
+    SetupRun& run;
+    StepReport& report;
+    const CSettings& settings;  // install mode for the stages, uninstall mode for the mirrors
+    CString home;               // the product's home folder, ending in a back-slash
+    CString account;            // the services' logon account; empty for LocalSystem
+};
+
+void CreateFolders(Installation& at)
 {
+    bool folders = !at.home.IsEmpty();
+    for (const char* name : kProductFolders)
+        folders = folders && CComputer::CreateDirectoryA(at.home + name) != 0;
+    at.report.Step("Create the product folders", folders);
+}
+
+void RemoveFolders(Installation& at)
+{
+    CString home(at.home);
+    const bool removed = home.IsEmpty() || !CComputer::PathExists(home) || CComputer::DeleteTree(home);
+    at.report.Step("Remove the product folders", removed && (home.IsEmpty() || !CComputer::PathExists(home)));
+    // The maker's folder above the home goes too when nothing else is in it (the call fails
+    // otherwise, and the folder stays).
+    TrimTailBackSlash(home);
+    const int cut = home.ReverseFind('\\');
+    if (cut > 0)
+        RemoveDirectoryA(home.Left(cut));
+}
+
+void WriteLayout(Installation& at)
+{
+    // Built with 0: the product record's name comes from the settings' edition.
+    CTambRegistry registry(at.settings, 0);
+    at.report.Step("Write the product registry layout", registry.Write() != 0);
+}
+
+// The product's keys and user branches, its SNMP agent, shell extension, installed-products
+// entry and environment variables (LNNAME and CATPATH; RNNAME stays, as setup leaves it), then
+// the maker's key when nothing else of the maker is left in it.
+void RemoveLayout(Installation& at)
+{
+    CTambRegistry registry(at.settings, 0);
+    at.report.Step("Remove the product registry layout and its registrations",
+                   registry.Delete() != 0 && !KeyExistsInAnyView(ProductKeyPath(nullptr)));
+}
+
+void RegisterRecord(Installation& at)
+{
+    tagProductStruct record = ProductRecord(at.settings, at.run.medium);
+    at.report.Step("Register the product record",
+                   CTambRegistry::RegisterProduct(CTambRegistry::m_sProductDrosvane, &record) != 0);
+    at.report.Note("%s\\%s: version %d.%d build %d", CTambRegistry::m_sProductsKey.GetString(),
+                   CTambRegistry::m_sProductDrosvane.GetString(), record.wVersionNumber >> 8,
+                   record.wVersionNumber & 0xFF, record.wBuildNumber);
+}
+
+void UnregisterRecord(Installation& at)
+{
+    CTambRegistry::UnregisterProduct(CTambRegistry::m_sProductDrosvane);
+    at.report.Step("Unregister the product record",
+                   !CTambRegistry::IsProductInstalled(CTambRegistry::m_sProductDrosvane));
+}
+
+void WriteUninstallEntry(Installation& at)
+{
+    CString uninstall;
+    uninstall.Format("\"%sdvsetup.exe\" uninstall", at.run.medium.GetString());
+    at.report.Step("Write the Add or Remove Programs entry",
+                   CTambRegistry::CreateUninstallKey(ProductCode(at.run.medium), at.settings.ProductName(),
+                                                     uninstall) != 0);
+}
+
+void RemoveUninstallEntry(Installation& at)
+{
+    CTambRegistry::DeleteUninstallKey(ProductCode(at.run.medium));
+    at.report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath(at.run.medium)));
+}
+
+void CreateAccount(Installation& at)
+{
+    at.account = CreateServiceAccount(at.report, at.settings);
+}
+
+void DeleteAccount(Installation& at)
+{
+    DeleteServiceAccount(at.report, at.settings);
+}
+
+void InstallTheServices(Installation& at)
+{
+    InstallServices(at.report, at.run.medium, at.home, at.account, at.settings.SystemAccountPassword());
+}
+
+void UninstallTheServices(Installation& at)
+{
+    UninstallServices(at.report, at.home);
+}
+
+void ProtectFoldersAndKey(Installation& at)
+{
+    ProtectProductFolders(at.report, at.home);
+    at.report.Step("Give the product key its access list", ProtectProductKey());
+}
+
+void CreateQueue(Installation& at)
+{
+    CreateJobQueue(at.report, at.run.medium, at.home);
+}
+
+void DeleteQueue(Installation& at)
+{
+    DeleteJobQueue(at.report);
+}
+
+void HandleEarlierProduct(Installation& at)
+{
+    PrepareUpgrade(at.report, at.run.medium);
+}
+
+void RestoreEarlierProduct(Installation& at)
+{
+    RestoreEarlierKeys(at.report);
+}
+
+struct Stage {
+    void (*install)(Installation&);
+    void (*mirror)(Installation&);  // null: the stage leaves nothing to undo
+};
+
+// The Overview of an installation, in its order. Before the first stage the installer's settings
+// are built and the product's running consoles closed; after the last, the master setup hears
+// the result and the MIF status file is written.
+const Stage kStages[] = {
+    {HandleEarlierProduct, nullptr},      // upgrade verdict; an earlier product's keys kept aside, it removed
+    {CreateFolders, RemoveFolders},       // the product folders
+    {WriteLayout, RemoveLayout},          // registry layout, environment, shell extension, SNMP key
+    {RegisterRecord, UnregisterRecord},   // the product record
+    {WriteUninstallEntry, RemoveUninstallEntry},
+    {CreateAccount, DeleteAccount},       // the services' logon account
+    {InstallTheServices, UninstallTheServices},  // services, their programs and firewall exceptions
+    {ProtectFoldersAndKey, nullptr},      // access lists of the home folder and the product key
+    {CreateQueue, DeleteQueue},           // the job queue
+    {RestoreEarlierProduct, nullptr},     // an earlier product's keys and service start types back
+};
+const size_t kStageCount = sizeof(kStages) / sizeof(kStages[0]);
+
+// Runs the mirrors of the stages before end, backwards.
+void RunMirrors(Installation& at, size_t end)
+{
+    for (size_t index = end; index-- > 0;) {
+        if (kStages[index].mirror)
+            kStages[index].mirror(at);
+    }
+}
+
+// The settings of the product as installed on this machine, for the mirrors.
+struct InstalledSettings {
+    explicit InstalledSettings(SetupRun& run) : settings(&run.info, 1) { ok = settings.Initialize() != 0; }
+    CSettings settings;
+    bool ok;
+};
+
+int Install(SetupRun& run, bool upgrade)
+{
+    const char* command = upgrade ? "upgrade" : "install";
     StepReport report(run.traceFile);
-    printf("Installing from %s\n", run.medium.GetString());
-    CLog::Write(run.traceFile, "dvsetup install from %s", run.medium.GetString());
+    printf("%s from %s\n", upgrade ? "Upgrading" : "Installing", run.medium.GetString());
+    CLog::Write(run.traceFile, "dvsetup %s from %s", command, run.medium.GetString());
 
     CSetupInf medium;
     report.Step("Read the medium's SETUP.INF", medium.GetProductType() > 0);
@@ -176,48 +352,47 @@ int Install(SetupRun& run)
                 settings.ProductSubType(), settings.DrosvanePath());
     ReportInstaller(report);
     MasterReport master(run.mifFile, 0);
-    master.Status(1, "install started");
-
-    // Before any file is touched: no console of the product may hold one open, and an earlier
-    // product is either replaceable (its keys are kept aside and it is removed) or the
-    // installation stops here.
+    master.Status(1, CString(command) + " started");
+    // No console of the product may hold a file open while the installation runs.
     CloseConsoles(report);
-    if (!PrepareUpgrade(report, run.medium)) {
-        master.Finish(report, report.Failures(), "install refused: the installed product may not be replaced");
-        return report.Finish("install");
+
+    if (upgrade) {
+        unsigned long earlier = 0;
+        const unsigned long verdict = UpgradeVerdict(run.medium, &earlier);
+        if (!report.Step("An earlier product is installed", verdict != 2)) {
+            report.Note("verdict %lu: %s; install the product instead", verdict, VerdictText(verdict));
+            master.Finish(report, report.Failures(), "upgrade refused: nothing to upgrade");
+            return report.Finish(command);
+        }
     }
-    master.Status(2, "earlier product handled");
 
-    bool folders = !CString(settings.DrosvanePath()).IsEmpty();
-    for (const char* name : kProductFolders)
-        folders = folders && CComputer::CreateDirectoryA(CString(settings.DrosvanePath()) + name) != 0;
-    report.Step("Create the product folders", folders);
-
-    // Built with 0: the product record's name comes from the settings' edition.
-    CTambRegistry registry(settings, 0);
-    report.Step("Write the product registry layout", registry.Write() != 0);
-
-    tagProductStruct record = ProductRecord(settings, run.medium);
-    report.Step("Register the product record", CTambRegistry::RegisterProduct(CTambRegistry::m_sProductDrosvane,
-                                                                              &record) != 0);
-    report.Note("%s\\%s: version %d.%d build %d", CTambRegistry::m_sProductsKey.GetString(),
-                CTambRegistry::m_sProductDrosvane.GetString(), record.wVersionNumber >> 8,
-                record.wVersionNumber & 0xFF, record.wBuildNumber);
-
-    CString uninstall;
-    uninstall.Format("\"%sdvsetup.exe\" uninstall", run.medium.GetString());
-    report.Step("Write the Add or Remove Programs entry",
-                CTambRegistry::CreateUninstallKey(ProductCode(run.medium), settings.ProductName(), uninstall) != 0);
-
-    const CString account = CreateServiceAccount(report, settings);
-    InstallServices(report, run.medium, settings.DrosvanePath(), account, settings.SystemAccountPassword());
-    ProtectProductFolders(report, settings.DrosvanePath());
-    report.Step("Give the product key its access list", ProtectProductKey());
-    master.Status(3, "registry and services in place");
-    CreateJobQueue(report, run.medium, settings.DrosvanePath());
-    RestoreEarlierKeys(report);
-    master.Finish(report, report.Failures(), report.Failures() ? "install failed" : "install finished");
-    return report.Finish("install");
+    Installation at{run, report, settings, settings.DrosvanePath(), CString()};
+    for (size_t index = 0; index < kStageCount; ++index) {
+        const int failuresBefore = report.Failures();
+        kStages[index].install(at);
+        master.Status(static_cast<unsigned int>(index + 2), "stage done");
+        if (report.Failures() == failuresBefore)
+            continue;
+        // Undo what this stage and those before it did; the earlier product's backed-up keys stay
+        // in the backup key, where the next install finds and restores them.
+        printf("%s failed: undoing its stages\n", command);
+        CLog::Write(run.traceFile, "%s failed at stage %u: undoing its stages", command,
+                    static_cast<unsigned int>(index + 1));
+        StepReport undo(run.traceFile);
+        InstalledSettings installed(run);
+        Installation back{run, undo, installed.settings, at.home, at.account};
+        RunMirrors(back, index + 1);
+        report.Note(undo.Failures() == 0 ? "the stages of this %s are undone"
+                                         : "the stages of this %s are undone in part: see the steps that FAILED",
+                    command);
+        if (KeyExistsInAnyView(ProductKeyPath(nullptr) + "(BACKUP)"))
+            report.Note("the earlier product's keys wait in %s(BACKUP) for the next install",
+                        ProductKeyPath(nullptr).GetString());
+        master.Finish(report, report.Failures(), CString(command) + " failed and was undone");
+        return report.Finish(command);
+    }
+    master.Finish(report, report.Failures(), CString(command) + " finished");
+    return report.Finish(command);
 }
 
 int Uninstall(SetupRun& run)
@@ -226,39 +401,13 @@ int Uninstall(SetupRun& run)
     printf("Uninstalling with %s\n", run.medium.GetString());
     CLog::Write(run.traceFile, "dvsetup uninstall with %s", run.medium.GetString());
 
-    CSettings settings(&run.info, 1);
-    report.Step("Build the installation settings", settings.Initialize() != 0);
-    CTambRegistry registry(settings, 0);
+    InstalledSettings installed(run);
+    report.Step("Build the installation settings", installed.ok);
     MasterReport master(run.mifFile, 1);
     master.Status(1, "uninstall started");
-
     CloseConsoles(report);
-    UninstallServices(report, settings.CurrentDrosvanePath());
-    DeleteServiceAccount(report, settings);
-    DeleteJobQueue(report);
-
-    CTambRegistry::DeleteUninstallKey(ProductCode(run.medium));
-    report.Step("Remove the Add or Remove Programs entry", !KeyExistsInAnyView(UninstallKeyPath(run.medium)));
-
-    CTambRegistry::UnregisterProduct(CTambRegistry::m_sProductDrosvane);
-    report.Step("Unregister the product record",
-                !CTambRegistry::IsProductInstalled(CTambRegistry::m_sProductDrosvane));
-
-    // The product's keys and user branches, its SNMP agent, shell extension, installed-products
-    // entry and environment variables (LNNAME and CATPATH; RNNAME stays, as setup leaves it),
-    // then the maker's key when nothing else of the maker is left in it.
-    report.Step("Remove the product registry layout and its registrations",
-                registry.Delete() != 0 && !KeyExistsInAnyView(ProductKeyPath(nullptr)));
-
-    CString home(settings.CurrentDrosvanePath());
-    bool removed = home.IsEmpty() || !CComputer::PathExists(home) || CComputer::DeleteTree(home);
-    report.Step("Remove the product folders", removed && (home.IsEmpty() || !CComputer::PathExists(home)));
-    // The maker's folder above the home goes too when nothing else is in it (the call fails
-    // otherwise, and the folder stays).
-    TrimTailBackSlash(home);
-    const int cut = home.ReverseFind('\\');
-    if (cut > 0)
-        RemoveDirectoryA(home.Left(cut));
+    Installation at{run, report, installed.settings, installed.settings.CurrentDrosvanePath(), CString()};
+    RunMirrors(at, kStageCount);
     master.Finish(report, report.Failures(), report.Failures() ? "uninstall failed" : "uninstall finished");
     return report.Finish("uninstall");
 }
@@ -351,9 +500,10 @@ int Status(SetupRun& run)
 
 int Usage()
 {
-    printf("usage: dvsetup install|status|uninstall [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]\n"
+    printf("usage: dvsetup install|upgrade|status|uninstall [/l:<log file>] [/t:<trace file>] [/m:<MIF file>]\n"
            "       dvsetup consoles\n"
-           "       dvsetup listen [/w:<seconds>] [/n:<results>]\n");
+           "       dvsetup listen [/w:<seconds>] [/n:<results>]\n"
+           "       dvsetup snapshot <file>\n");
     return 2;
 }
 
@@ -366,9 +516,20 @@ int main()
     CString command;
     if (!args.Lookup("#1", command))
         return Usage();
+    if (command.CompareNoCase("snapshot") == 0) {
+        CString file;
+        if (!args.Lookup("#2", file))
+            return Usage();
+        const int status = WriteSnapshot(file);
+        if (status != 0)
+            printf("The snapshot could not be written to %s (error %d)\n", file.GetString(), status);
+        return status == 0 ? 0 : 1;
+    }
     SetupRun run = PrepareRun(args);
     if (command.CompareNoCase("install") == 0)
-        return Install(run);
+        return Install(run, false);
+    if (command.CompareNoCase("upgrade") == 0)
+        return Install(run, true);
     if (command.CompareNoCase("uninstall") == 0)
         return Uninstall(run);
     if (command.CompareNoCase("status") == 0)
