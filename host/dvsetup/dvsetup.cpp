@@ -299,24 +299,29 @@ void RestoreEarlierProduct(Installation& at)
 }
 
 struct Stage {
-    void (*install)(Installation&);
-    void (*mirror)(Installation&);  // null: the stage leaves nothing to undo
+    const char* name;                   // what the stage makes, as the reports name it
+    void (*install)(Installation&);     // its steps
+    void (*mirror)(Installation&);      // what undoes them; null: the stage leaves nothing to undo
 };
 
 // The Overview of an installation, in its order. Before the first stage the installer's settings
 // are built and the product's running consoles closed; after the last, the master setup hears
 // the result and the MIF status file is written.
 const Stage kStages[] = {
-    {HandleEarlierProduct, nullptr},      // upgrade verdict; an earlier product's keys kept aside, it removed
-    {CreateFolders, RemoveFolders},       // the product folders
-    {WriteLayout, RemoveLayout},          // registry layout, environment, shell extension, SNMP key
-    {RegisterRecord, UnregisterRecord},   // the product record
-    {WriteUninstallEntry, RemoveUninstallEntry},
-    {CreateAccount, DeleteAccount},       // the services' logon account
-    {InstallTheServices, UninstallTheServices},  // services, their programs and firewall exceptions
-    {ProtectFoldersAndKey, nullptr},      // access lists of the home folder and the product key
-    {CreateQueue, DeleteQueue},           // the job queue
-    {RestoreEarlierProduct, nullptr},     // an earlier product's keys and service start types back
+    // The upgrade verdict; an earlier product's keys and service start types kept aside, it removed.
+    {"upgrade verdict and earlier product", HandleEarlierProduct, nullptr},
+    {"product folders", CreateFolders, RemoveFolders},
+    // Product paths, components, environment, installed-products entry, database values, shell
+    // extension and SNMP key.
+    {"registry layout", WriteLayout, RemoveLayout},
+    {"product record", RegisterRecord, UnregisterRecord},
+    {"Add or Remove Programs entry", WriteUninstallEntry, RemoveUninstallEntry},
+    {"service logon account", CreateAccount, DeleteAccount},
+    // The service programs, the services, their failure actions, access lists and firewall exceptions.
+    {"services", InstallTheServices, UninstallTheServices},
+    {"access lists of the home folder and the product key", ProtectFoldersAndKey, nullptr},
+    {"job queue", CreateQueue, DeleteQueue},
+    {"restore of the earlier product's keys and start types", RestoreEarlierProduct, nullptr},
 };
 const size_t kStageCount = sizeof(kStages) / sizeof(kStages[0]);
 
@@ -370,14 +375,15 @@ int Install(SetupRun& run, bool upgrade)
     for (size_t index = 0; index < kStageCount; ++index) {
         const int failuresBefore = report.Failures();
         kStages[index].install(at);
-        master.Status(static_cast<unsigned int>(index + 2), "stage done");
-        if (report.Failures() == failuresBefore)
+        if (report.Failures() == failuresBefore) {
+            master.Status(static_cast<unsigned int>(index + 2), kStages[index].name);
             continue;
+        }
         // Undo what this stage and those before it did; the earlier product's backed-up keys stay
         // in the backup key, where the next install finds and restores them.
-        printf("%s failed: undoing its stages\n", command);
-        CLog::Write(run.traceFile, "%s failed at stage %u: undoing its stages", command,
-                    static_cast<unsigned int>(index + 1));
+        printf("%s failed at its stage \"%s\": undoing its stages\n", command, kStages[index].name);
+        CLog::Write(run.traceFile, "%s failed at stage %u (%s): undoing its stages", command,
+                    static_cast<unsigned int>(index + 1), kStages[index].name);
         StepReport undo(run.traceFile);
         InstalledSettings installed(run);
         Installation back{run, undo, installed.settings, at.home, at.account};
