@@ -23,19 +23,6 @@ CString Step(const char* format, const char* name)
     return text;
 }
 
-const char* StateName(DWORD state)
-{
-    static const char* const names[] = {"unknown",          "stopped",         "start pending", "stop pending",
-                                        "running",          "continue pending", "pause pending", "paused"};
-    return state < sizeof(names) / sizeof(names[0]) ? names[state] : "unknown";
-}
-
-const char* StartTypeName(DWORD startType)
-{
-    static const char* const names[] = {"boot", "system", "automatic", "manual", "disabled"};
-    return startType < sizeof(names) / sizeof(names[0]) ? names[startType] : "unknown";
-}
-
 // What the service manager holds of one service; found is false when it cannot be asked.
 struct ServiceFacts {
     bool found = false;
@@ -66,6 +53,19 @@ ServiceFacts AskServiceManager(const char* name)
 }
 
 }  // namespace
+
+const char* StateName(DWORD state)
+{
+    static const char* const names[] = {"unknown",          "stopped",         "start pending", "stop pending",
+                                        "running",          "continue pending", "pause pending", "paused"};
+    return state < sizeof(names) / sizeof(names[0]) ? names[state] : "unknown";
+}
+
+const char* StartTypeName(DWORD startType)
+{
+    static const char* const names[] = {"boot", "system", "automatic", "manual", "disabled"};
+    return startType < sizeof(names) / sizeof(names[0]) ? names[startType] : "unknown";
+}
 
 void InstallServices(StepReport& report, const CString& medium, const CString& home, const char* account,
                      const char* password)

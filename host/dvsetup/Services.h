@@ -7,6 +7,10 @@
 
 #include "CString.h"
 
+// A service state (SERVICE_RUNNING...) and a start type (SERVICE_AUTO_START...) in words.
+const char* StateName(DWORD state);
+const char* StartTypeName(DWORD startType);
+
 // Copies the service programs from the medium into home, installs each service (automatic
 // start, under the account given, or LocalSystem for an empty one), gives it its failure actions
 // and access list, starts it and opens the firewall for its program.

@@ -1,6 +1,7 @@
 #include "Snapshot.h"
 
 #include "CService.h"
+#include "Services.h"
 #include "Handles.h"
 
 #include <aclapi.h>
@@ -265,19 +266,6 @@ bool IsProductService(const char* name)
         if (_strnicmp(name, prefix, strlen(prefix)) == 0)
             return true;
     return false;
-}
-
-const char* StateName(DWORD state)
-{
-    static const char* const names[] = {"unknown",          "stopped",          "start pending", "stop pending",
-                                        "running",          "continue pending", "pause pending", "paused"};
-    return state < sizeof(names) / sizeof(names[0]) ? names[state] : "unknown";
-}
-
-const char* StartTypeName(DWORD startType)
-{
-    static const char* const names[] = {"boot", "system", "automatic", "manual", "disabled"};
-    return startType < sizeof(names) / sizeof(names[0]) ? names[startType] : "unknown";
 }
 
 void AddService(Lines& lines, SC_HANDLE manager, const ENUM_SERVICE_STATUS_PROCESSA& entry)
