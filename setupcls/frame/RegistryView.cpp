@@ -1,22 +1,53 @@
 #include "RegistryView.h"
 
 #include "PathRules.h"
+#include "TextRules.h"
+
+#include <cstring>
 
 namespace regview {
 
+namespace {
+
+// The registry counts a key path in bytes of its wide form in 16 bits: a longer path does not
+// fail there, its length wraps and the call reaches another key (a 64 KiB name created a key of
+// a dozen characters). Such a path is refused before the registry sees it.
+const size_t kMaxKeyPathLength = 32767;
+
+// A path the registry would take for another key, or turn into a key that cannot be named
+// again: too long (ERROR_FILENAME_EXCED_RANGE, see above), or ending in a lone lead byte
+// (ERROR_INVALID_NAME: the conversion to the registry's wide names makes the missing trail byte
+// a NUL inside the name, a key no later call reaches by its name).
+LONG CheckPath(const char* path)
+{
+    if (path && strnlen(path, kMaxKeyPathLength + 1) > kMaxKeyPathLength)
+        return ERROR_FILENAME_EXCED_RANGE;
+    return EndsInLoneLeadByte(path) ? ERROR_INVALID_NAME : ERROR_SUCCESS;
+}
+
+}  // namespace
+
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
 {
+    key.reset();
+    if (const LONG status = CheckPath(path))
+        return status;
     return key.kept(RegOpenKeyExA(root, path, 0, access | kProductView, key.put()));
 }
 
 LONG CreateKey(HKEY root, const char* path, UniqueKey& key)
 {
+    key.reset();
+    if (const LONG status = CheckPath(path))
+        return status;
     return key.kept(
         RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS | kProductView, nullptr, key.put(), nullptr));
 }
 
 LONG DeleteKey(HKEY root, const char* path)
 {
+    if (const LONG status = CheckPath(path))
+        return status;
     return RegDeleteKeyExA(root, path, kProductView, 0);
 }
 

@@ -18,6 +18,18 @@ inline bool IsLeadByte(char ch)
     return IsDBCSLeadByte(static_cast<BYTE>(ch)) != FALSE;
 }
 
+// True when the text's last byte is the lead byte of a double-byte character whose second byte
+// is missing (the character scan reaches the NUL as a trail byte).
+inline bool EndsInLoneLeadByte(const char* text)
+{
+    if (!text)
+        return false;
+    for (const char* at = text; *at; ++at)
+        if (IsLeadByte(*at) && !*++at)
+            return true;
+    return false;
+}
+
 // printf-style formatting into a fixed buffer, cut to its size; a null format or a formatting
 // error leaves it empty. The buffer always ends NUL-terminated.
 template <size_t Size>
