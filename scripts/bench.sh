@@ -36,6 +36,14 @@ table=$(run "$build/bin/setupcls_bench.exe" "$@" | tr -d '\r') || { echo "$table
 echo "$table"
 
 echo "== the main job"
+# What the main job leaves on purpose, the variable RNNAME (the computer's name) and the job
+# queue's trace, is removed afterwards when it was not there before.
+environment='HKLM\System\CurrentControlSet\Control\Session Manager\Environment'
+queue_trace=$build/wineprefix/drive_c/windows/temp/setupcls_JobQue.log
+had_rnname=no
+run reg query "$environment" /v RNNAME >/dev/null 2>&1 && had_rnname=yes
+had_trace=no
+[ -e "$queue_trace" ] && had_trace=yes
 logs=$(mktemp -d)
 files=("/l:Z:$logs/dvsetup.log" "/t:Z:$logs/dvsetup.trc" "/m:Z:$logs/dvsetup.mif")
 job="| command | wall time s | steps |"$'\n'"|---|---:|---|"
@@ -49,6 +57,8 @@ for step in "medium-v1 install" "medium upgrade" "medium uninstall"; do
   job+=$'\n'"| $medium/dvsetup.exe $command | $(printf %.1f "$seconds") | ${steps:-no step count printed} |"
 done
 rm -rf "$logs"
+[ "$had_rnname" = yes ] || run reg delete "$environment" /v RNNAME /f >/dev/null 2>&1
+[ "$had_trace" = yes ] || rm -f "$queue_trace"
 echo "$job"
 echo "(the upgrade holds a fixed 20 s pause of the library after the earlier product is removed)"
 
