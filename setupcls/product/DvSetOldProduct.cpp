@@ -5,19 +5,12 @@
 
 #include "CString.h"
 #include "Failure.h"
-#include "Handles.h"
 #include "ModulePath.h"
+#include "StartedProgram.h"
 #include "TextRules.h"
 #include "UpgradeTrace.h"
 
-#include <string>
-
 namespace {
-
-// A command line handed to CreateProcessA holds at most 32,767 characters with its NUL. A longer
-// one is refused before anything starts, as too long (ERROR_FILENAME_EXCED_RANGE), rather than
-// cut: cut, it would run another command (a product code or a switch lost at its end).
-const size_t kMaxCommandLength = 32766;
 
 const char kUninstallFormat[] = "MSIEXEC /x %s /qn";
 // A command line is the earlier product's own uninstaller, which may hand its work to another
@@ -30,35 +23,6 @@ const char kBackupFormat[] = "\"%s\" /q Caller=%s OperationMode=Backup ICFPATH=\
 const char kRestoreFormat[] = "\"%s\" /q Caller=%s OperationMode=Restore ICFPATH=\"%s\"";
 // The answer when the utility could not be started: no exit code of its own means that.
 const DWORD kUtilityNotStarted = 0xFFFFFFFF;
-
-// The process of a started program; its thread handle is closed at once, nothing here uses it.
-struct Started {
-    UniqueHandle process;
-    DWORD status = ERROR_SUCCESS;
-};
-
-// Starts commandLine (the program is its first word, as CreateProcessA finds it) in folder, or in
-// the caller's current folder when folder is null or empty.
-Started Start(const CString& commandLine, BOOL inherit, DWORD flags, DWORD startFlags, const char* folder)
-{
-    Started started;
-    if (static_cast<size_t>(commandLine.GetLength()) > kMaxCommandLength) {
-        started.status = ERROR_FILENAME_EXCED_RANGE;
-        return started;
-    }
-    std::string line = commandLine.str();  // CreateProcessA may write into its command line
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = startFlags;
-    PROCESS_INFORMATION info = {};
-    started.status = failure::StatusOf(CreateProcessA(nullptr, &line[0], nullptr, nullptr, inherit, flags, nullptr,
-                                                      IsEmptyText(folder) ? nullptr : folder, &startup, &info));
-    if (started.status == ERROR_SUCCESS) {
-        started.process.reset(info.hProcess);
-        UniqueHandle thread(info.hThread);
-    }
-    return started;
-}
 
 // Dispatches every message waiting for the calling thread. A quit request is kept for the
 // caller's own message loop, which is what it is meant for; true when one was taken.
@@ -112,7 +76,7 @@ int UninstallOldProduct(const char* codeOrCommand, BOOL isCommandLine, const cha
     if (!isCommandLine)
         commandLine.Format(kUninstallFormat, codeOrCommand);
     upgrade::Trace("szCommandLine is %s", commandLine.GetString());
-    Started started = Start(commandLine, FALSE, 0, STARTF_FORCEOFFFEEDBACK, workingFolder);
+    StartedProgram started = StartProgram(commandLine, FALSE, 0, STARTF_FORCEOFFFEEDBACK, workingFolder);
     if (!started.process) {
         upgrade::Trace("RemoveOldProduct FAILED.");
         return failure::ResultOf(started.status);
@@ -150,14 +114,14 @@ DWORD CallUpgradeUtility(const char* format, const char* icfPath, const char* ca
     if (!IsFile(icfPath))
         return ERROR_FILE_NOT_FOUND;
     CString program;
-    Started started;
+    StartedProgram started;
     started.status = ERROR_FILE_NOT_FOUND;  // a program whose path Windows does not tell
     if (ModuleFileName(nullptr, program)) {
         const CString folder = DriveAndFolder(program);
         CString commandLine;
         commandLine.Format(format, (folder + kUtilityName).GetString(), caller, icfPath);
         upgrade::Trace("Call_UpgradeUtility() - The command line is:!%s", commandLine.GetString());
-        started = Start(commandLine, TRUE, DETACHED_PROCESS, 0, folder);
+        started = StartProgram(commandLine, TRUE, DETACHED_PROCESS, 0, folder);
     }
     if (!started.process) {
         char reason[512];

@@ -4,6 +4,7 @@
 #include "CService.h"
 
 #include "Handles.h"
+#include "StartedProgram.h"
 
 #include <cstring>
 
@@ -30,14 +31,11 @@ int StartWithSwitch(const char* commandLine, const char* switchText)
     char line[kCommandLineSize];
     memcpy(line, commandLine, length);
     memcpy(line + length, switchText, switchLength + 1);
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION started = {};
-    if (!CreateProcessA(nullptr, line, nullptr, nullptr, TRUE, DETACHED_PROCESS, nullptr, nullptr, &startup,
-                        &started))
+    const StartedProgram started = StartProgram(line, TRUE, DETACHED_PROCESS, 0, nullptr);
+    if (!started.process) {
+        SetLastError(started.status);
         return 0;
-    UniqueHandle process(started.hProcess);
-    UniqueHandle thread(started.hThread);
+    }
     return 1;
 }
 
