@@ -169,12 +169,28 @@ void ForEachEntry(const CString& search, Visit visit)
     } while (FindNextFileA(find.get(), &entry));
 }
 
-// Makes a file writable and deletes it. The outcome is not reported on purpose: the callers'
-// answers do not depend on single files.
+// Makes an entry normal (FILE_ATTRIBUTE_NORMAL) and removes it with `remove`. The removal is
+// tried first and the entry made normal only when it is refused, then removed again: an entry
+// that goes needs no attribute of its own, and one that cannot go (in use, not empty) is left
+// normal, so the end state is that of making every entry normal before removing it, at one
+// call per entry instead of two on a tree of thousands of files. The outcome is not reported
+// on purpose: the callers' answers do not depend on single entries.
+void ForceRemove(const char* path, BOOL(WINAPI* remove)(LPCSTR))
+{
+    if (remove(path))
+        return;
+    SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
+    remove(path);
+}
+
 void ForceDeleteFile(const char* path)
 {
-    SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
-    DeleteFileA(path);
+    ForceRemove(path, DeleteFileA);
+}
+
+void ForceRemoveFolder(const char* path)
+{
+    ForceRemove(path, ::RemoveDirectoryA);
 }
 
 }  // namespace
@@ -384,16 +400,14 @@ int CComputer::DeleteTree(const char* path)
             ForceDeleteFile(full);
         } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
             // A linked folder: the link goes, what it points to stays.
-            SetFileAttributesA(full, FILE_ATTRIBUTE_NORMAL);
-            ::RemoveDirectoryA(full);
+            ForceRemoveFolder(full);
         } else if (!DeleteTree(full)) {
             result = 0;
         }
         return true;
     });
     // Only a failed sub tree changes the answer; the folder's own removal does not.
-    SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
-    ::RemoveDirectoryA(path);
+    ForceRemoveFolder(path);
     return result;
 }
 

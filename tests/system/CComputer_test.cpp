@@ -173,16 +173,20 @@ TEST(CComputer, DeleteTreeAnswersOneEvenWhenAFileStays)
     EXPECT_FALSE(Exists(tree));
     EXPECT_TRUE(Exists(dir / "treesibling.txt"));
 
-    // An open file keeps its folders; only a failed sub tree would make the answer 0.
+    // An open file keeps its folders, and is left normal; only a failed sub tree would make
+    // the answer 0.
     for (const char* folder : {"", "\\sub"})
         MakeFolder(tree + folder);
-    Make(tree + "\\sub\\open.txt");
+    Make(tree + "\\sub\\open.txt", "x", FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
     HANDLE open = CreateFileA((tree + "\\sub\\open.txt").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                               OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, open);
     EXPECT_EQ(1, CComputer::DeleteTree((tree + "\\").c_str()));
     CloseHandle(open);
-    EXPECT_TRUE(Exists(tree + "\\sub\\open.txt"));
+    const DWORD left = GetFileAttributesA((tree + "\\sub\\open.txt").c_str());
+    ASSERT_NE(INVALID_FILE_ATTRIBUTES, left);
+    EXPECT_EQ(0u, left & FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(0u, left & FILE_ATTRIBUTE_HIDDEN);
     EXPECT_EQ(1, CComputer::DeleteTree((dir / "missing").c_str()));
     EXPECT_EQ(0, CComputer::DeleteTree(nullptr));
 }
