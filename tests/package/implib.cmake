@@ -13,8 +13,8 @@ foreach(function DvSetIsAllowUpgrade@16 DVSET_Is3DESEncrypt@4 DvSetRSOldProdRegK
     string(REGEX REPLACE "@[0-9]+$" "" symbol ${function})
     set(type name)
   endif()
-  set(record "File: SetupCLS.dll\nFormat: COFF-import-file\nType: code\nName type: ${type}\n"
-             "Symbol: __imp_${symbol}\nSymbol: ${symbol}\n")
+  string(CONCAT record "File: SetupCLS.dll\nFormat: COFF-import-file\nType: code\nName type: ${type}\n"
+                       "Symbol: __imp_${symbol}\nSymbol: ${symbol}\n")
   string(FIND "${records}" "${record}" at)
   if(at EQUAL -1)
     message(SEND_ERROR "${LIB} has no import record\n${record}for ${function}")
