@@ -1,20 +1,17 @@
-// Calls SetupCLS.dll as an installer would: two plain functions and one class. argv[1] names an
-// answer file whose passwords are scrambled by triple DES; no product is installed.
+// Two plain functions and one class of SetupCLS.dll. argv[1]: an answer file whose passwords are
+// scrambled by triple DES. No product is installed.
 #include <SetupCLS.h>
 
 #include <cstdio>
 
 int main(int argc, char** argv)
 {
-    if (argc < 2)
-        return 2;
-    std::printf("3DES %d\n", DVSET_Is3DESEncrypt(argv[1]));
+    std::printf("3DES %d\n", DVSET_Is3DESEncrypt(argc > 1 ? argv[1] : nullptr));
     DWORD versionBuild = 0xFFFFFFFF;
     const int verdict = DvSetIsAllowUpgrade(".", "ClientAgentNT", &versionBuild, nullptr);
     std::printf("upgrade %d %08lx\n", verdict, static_cast<unsigned long>(versionBuild));
-    const CCommandLineMap args("setup.exe /Mode:Silent", '/');
     CString mode;
-    const BOOL given = args.GetSwitch("Mode", mode, "");
+    const BOOL given = CCommandLineMap("setup.exe /Mode:Silent", '/').GetSwitch("Mode", mode, "");
     std::printf("switch %d %s\n", given, mode.GetString());
     return 0;
 }
