@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what building and testing SetupCLS needs on Debian 12 (amd64), as root:
 # the i686 and x86_64 mingw-w64 cross compilers, CMake, GoogleTest's sources, Wine with its 32-bit
-# PE half, and the ja_JP.UTF-8 locale for code page 932 runs. Every step is skipped when
-# what it installs is already there, so a re-run costs a few file tests.
+# PE half, LLVM's binary tools, and the ja_JP.UTF-8 locale for code page 932 runs. Every step is
+# skipped when what it installs is already there, so a re-run costs a few file tests.
 set -euo pipefail
 
 WINE_I386_DIR=/usr/lib/x86_64-linux-gnu/wine/i386-windows
@@ -13,6 +13,9 @@ command -v i686-w64-mingw32-windres >/dev/null || need_apt+=(binutils-mingw-w64-
 command -v x86_64-w64-mingw32-g++-posix >/dev/null || need_apt+=(g++-mingw-w64-x86-64-posix)
 command -v x86_64-w64-mingw32-windres >/dev/null || need_apt+=(binutils-mingw-w64-x86-64)
 command -v cmake >/dev/null || need_apt+=(cmake)
+# llvm-dlltool makes the import library for Microsoft's linker; llvm-readobj checks it.
+command -v llvm-dlltool >/dev/null || need_apt+=(llvm)
+command -v llvm-readobj >/dev/null || need_apt+=(llvm)
 command -v ctest >/dev/null || need_apt+=(cmake)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need_apt+=(googletest)
 command -v wine >/dev/null || need_apt+=(wine)
