@@ -546,9 +546,10 @@ TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
     }
 }
 
-// Random texts as long as each value's buffer holds (passwords: as long as the scrambler takes)
-// and random numbers, written and read back: named values, passwords, the generic access. The
-// profile functions drop blanks and quotes around a value, so those never stand at the ends.
+// Random texts as long as each value's buffer holds (passwords: the 96 characters that are
+// scrambled) and random numbers, written and read back: named values, passwords, the generic
+// access. The profile functions drop blanks and quotes around a value, so those never stand at
+// the ends.
 TEST_F(CSetupIcfPasswords, RandomValuesWithinTheirBoundsReadBack)
 {
     const unsigned seed = 1125;
@@ -582,7 +583,7 @@ TEST_F(CSetupIcfPasswords, RandomValuesWithinTheirBoundsReadBack)
             }
         }
         for (const Password& password : m_passwords) {
-            const std::string value = text(71);
+            const std::string value = text(96);
             SCOPED_TRACE("seed " + std::to_string(seed) + ", " + password.key + " = " + value);
             EXPECT_TRUE(password.set(icf, value.c_str()));
             EXPECT_EQ(value, password.get(icf));
