@@ -5,6 +5,7 @@
 #include "CSetupIcfKeys.h"
 #include "ModulePath.h"
 #include "ProfileFile.h"
+#include "ScrambledText.h"
 
 #include <io.h>
 
@@ -275,10 +276,12 @@ BOOL CSetupIcf::WritePassword(int id, const char* password)
         return FALSE;
     char clear[kClearInputSize] = {};
     lstrcpynA(clear, password, sizeof(clear));
+    // The text form goes into this object's own buffer, which holds the scrambled form of every
+    // clear text it takes; the installer scripts' fixed text size would refuse the longer ones.
     std::vector<char> scrambled(kScrambledSize, '\0');
-    unsigned long length = kScrambledSize - 1;
-    if (DVSET_ZOREncrypt_NUMSTR(reinterpret_cast<const unsigned char*>(clear),
-                                static_cast<unsigned long>(strlen(clear)), scrambled.data(), &length) != 0)
+    DWORD length = 0;
+    if (scramble::ToText(reinterpret_cast<const BYTE*>(clear), static_cast<DWORD>(strlen(clear)), scrambled.data(),
+                         kScrambledSize - 1, &length) != 0)
         return FALSE;
     scrambled[length < kScrambledSize ? length : kScrambledSize - 1] = '\0';
     const PasswordKey& entry = kPassword[id];

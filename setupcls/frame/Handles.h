@@ -151,6 +151,34 @@ using UniqueCom = UniqueAny<handle_detail::ComReference<I>>;
 // A text handed to a COM call (SysAllocString).
 using UniqueBstr = UniqueAny<handle_detail::NullInvalid<BSTR, handle_detail::FreeBstr>>;
 
+// A mutex held for the length of a scope: the holder takes the mutex handle (CreateMutexA made or
+// opened it), waits for it at most timeoutMs, and when it dies gives it back (ReleaseMutex) and
+// closes it. owned() tells whether the wait gave it; a mutex abandoned by a process that ended
+// while holding it counts as given. No handle, or a wait that timed out, leaves nothing to give back.
+class ScopedMutex {
+public:
+    ScopedMutex(UniqueHandle mutex, DWORD timeoutMs) : m_mutex(std::move(mutex))
+    {
+        if (!m_mutex)
+            return;
+        const DWORD wait = WaitForSingleObject(m_mutex.get(), timeoutMs);
+        m_owned = wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED;
+    }
+    ~ScopedMutex()
+    {
+        if (m_owned)
+            ReleaseMutex(m_mutex.get());
+    }
+    ScopedMutex(const ScopedMutex&) = delete;
+    ScopedMutex& operator=(const ScopedMutex&) = delete;
+
+    bool owned() const { return m_owned; }
+
+private:
+    UniqueHandle m_mutex;
+    bool m_owned = false;
+};
+
 // COM for the length of a scope, in the apartment mode asked for. A thread whose apartment was
 // already started in the other mode answers RPC_E_CHANGED_MODE: COM is usable all the same, and
 // since this scope started nothing it does not call CoUninitialize. Every successful start, S_FALSE

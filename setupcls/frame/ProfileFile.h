@@ -7,6 +7,10 @@
 // key, and an empty file name sends them to WIN.INI. None of that is ever wanted here, so the
 // calls refuse such arguments and report the refusal by their result.
 //
+// Setup programs running side by side share these files: every call on a file takes its turn
+// with the calls of all processes on the same file (a mutex named after the file), since the
+// profile functions rewrite the whole file for each key they write.
+//
 // The object only names the file: it keeps the caller's pointer to the file name, which must stay
 // valid while the object is used, and allocates nothing, so none of its calls can throw. It is
 // meant to be made where it is used: ProfileFile(m_sFile).ReadText(...).

@@ -5,6 +5,7 @@
 #include "ProductLibrary.h"
 #include "Failure.h"
 #include "ProfileFile.h"
+#include "ScrambledText.h"
 #include "SetupInfNames.h"
 #include "SetupTraceFile.h"  // the trace file DVSET_TRACEFILE names
 #include "TextRules.h"
@@ -192,25 +193,6 @@ int Unscramble(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLeng
     });
 }
 
-int ScrambleToText(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)
-{
-    if (!text || !textLength)
-        return ERROR_INVALID_PARAMETER;
-    *textLength = DVSET_NUMSTR_TEXT_SIZE;
-    BYTE bytes[DVSET_NUMSTR_TEXT_SIZE / 2];
-    DWORD count = sizeof(bytes);
-    if (int result = Scramble(inData, inLength, bytes, &count))
-        return result;
-    for (DWORD i = 0; i < count; ++i) {
-        text[2 * i] = kHexDigits[bytes[i] >> 4];
-        text[2 * i + 1] = kHexDigits[bytes[i] & 0x0F];
-    }
-    if (2 * count < DVSET_NUMSTR_TEXT_SIZE)
-        text[2 * count] = '\0';
-    *textLength = 2 * count;
-    return ERROR_SUCCESS;
-}
-
 int HexValue(char digit)
 {
     if (digit >= '0' && digit <= '9')
@@ -245,6 +227,33 @@ const int kOutOfMemory = ERROR_NOT_ENOUGH_MEMORY;
 
 }  // namespace
 
+namespace scramble {
+
+int ToText(const BYTE* inData, DWORD inLength, char* text, DWORD textSize, DWORD* textLength)
+{
+    if (!text || !textLength)
+        return ERROR_INVALID_PARAMETER;
+    *textLength = textSize;
+    return failure::ContainExceptions(kOutOfMemory, [&]() -> int {
+        MallocBuffer bytes = AllocateBytes(textSize / 2);
+        if (!bytes)
+            return ERROR_NOT_ENOUGH_MEMORY;
+        DWORD count = textSize / 2;
+        if (int result = Scramble(inData, inLength, bytes.get(), &count))
+            return result;
+        for (DWORD i = 0; i < count; ++i) {
+            text[2 * i] = kHexDigits[bytes[i] >> 4];
+            text[2 * i + 1] = kHexDigits[bytes[i] & 0x0F];
+        }
+        if (2 * count < textSize)
+            text[2 * count] = '\0';
+        *textLength = 2 * count;
+        return ERROR_SUCCESS;
+    });
+}
+
+}  // namespace scramble
+
 SETUPCLS_C int WINAPI DVSET_ZOREncrypt(const BYTE* inData, DWORD inLength, BYTE* outData, DWORD* outLength)
 {
     return failure::ContainExceptions(kOutOfMemory, [&] { return Scramble(inData, inLength, outData, outLength); });
@@ -257,7 +266,7 @@ SETUPCLS_C int WINAPI DVSET_ZORDecrypt(const BYTE* inData, DWORD inLength, BYTE*
 
 SETUPCLS_C int WINAPI DVSET_ZOREncrypt_NUMSTR(const BYTE* inData, DWORD inLength, char* text, DWORD* textLength)
 {
-    return failure::ContainExceptions(kOutOfMemory, [&] { return ScrambleToText(inData, inLength, text, textLength); });
+    return scramble::ToText(inData, inLength, text, DVSET_NUMSTR_TEXT_SIZE, textLength);
 }
 
 SETUPCLS_C int WINAPI DVSET_ZORDecrypt_NUMSTR(const char* text, DWORD textLength, BYTE* outData, DWORD* outLength)

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -542,5 +543,84 @@ TEST_F(CSetupIcfPasswords, WithoutTheScramblerNothingIsWritten)
                 << password.key << ": a text that cannot be unscrambled reads as no password";
         }
         EXPECT_EQ(bytes, ReadFileBytes(file));
+    }
+}
+
+// Random texts as long as each value's buffer holds (passwords: the 96 characters that are
+// scrambled) and random numbers, written and read back: named values, passwords, the generic
+// access. The profile functions drop blanks and quotes around a value, so those never stand at
+// the ends.
+TEST_F(CSetupIcfPasswords, RandomValuesWithinTheirBoundsReadBack)
+{
+    const unsigned seed = 1125;
+    std::mt19937 random(seed);
+    auto text = [&](size_t most) {
+        std::string result(random() % (most + 1), 'x');
+        for (size_t i = 0; i < result.size(); ++i) {
+            do
+                result[i] = static_cast<char>(32 + random() % 224);
+            while (result[i] == 127 || ((i == 0 || i + 1 == result.size()) && strchr(" \"'", result[i])));
+        }
+        return result;
+    };
+    const std::string file = NewIcf(m_files, "random");
+    CSetupIcf icf(file.c_str());
+    UniqueModule pinned(LoadLibraryA((m_dir / "DVDCEN.DLL").c_str()));  // its key made once
+    for (int round = 0; round < 3; ++round) {
+        for (const Row& row : Rows()) {
+            if (!row.set)
+                continue;
+            const std::string value = row.rule == FirstText ? text((row.size ? row.size : 260) - 1)
+                                                             : std::to_string(static_cast<int>(random()));
+            const std::string written = Written(row.form, value.c_str());
+            const bool writes = row.rule == FirstText || !written.empty();  // no negative database type
+            SCOPED_TRACE("seed " + std::to_string(seed) + ", " + row.name + " = " + value);
+            Values values(row.reads.size(), nullptr);
+            values.back() = written.c_str();
+            EXPECT_EQ(writes, row.set(icf, value.c_str()) != 0);
+            if (writes) {
+                EXPECT_EQ(Expected(row, values), Read(row, icf));
+            }
+        }
+        for (const Password& password : m_passwords) {
+            const std::string value = text(96);
+            SCOPED_TRACE("seed " + std::to_string(seed) + ", " + password.key + " = " + value);
+            EXPECT_TRUE(password.set(icf, value.c_str()));
+            EXPECT_EQ(value, password.get(icf));
+        }
+        const std::string section = "S" + std::to_string(random()), key = "K" + std::to_string(random()), value = text(200);
+        const int number = static_cast<int>(random());
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", [" + section + "] " + key + " = " + value + " / " + std::to_string(number));
+        std::string buffer(value.size() + 1, '#');
+        EXPECT_TRUE(icf.WriteString(section.c_str(), key.c_str(), value.c_str()));
+        EXPECT_EQ(int(value.size()), icf.GetString(section.c_str(), key.c_str(), &buffer[0]));
+        EXPECT_EQ(value, buffer.c_str());
+        int read = 0;
+        EXPECT_TRUE(icf.WriteInt(section.c_str(), (key + "n").c_str(), number));
+        EXPECT_TRUE(icf.GetInt(section.c_str(), (key + "n").c_str(), &read));
+        EXPECT_EQ(number, read);
+    }
+}
+
+// Setup programs running side by side write one answer file: each keeps every key it wrote and
+// reads the others' as they were written, and the file ends holding all of them.
+TEST(CSetupIcf, ConcurrentWritersLoseNoKey)
+{
+    TempDir dir;
+    const std::string file = NewIcf(dir, "shared");
+    const int writers = 6, keysEach = 40;
+    std::vector<std::string> commandLines;
+    for (int w = 0; w < writers; ++w)
+        commandLines.push_back("\"" + FixturePath("icfwriter.exe") + "\" \"" + file + "\" " + std::to_string(w) + " " +
+                               std::to_string(keysEach) + " " + std::to_string(writers));
+    EXPECT_EQ(std::vector<long>(writers, 0), RunTogether(commandLines)) << "failed writes or wrong reads of each writer";
+    CSetupIcf icf(file.c_str());
+    for (int w = 0; w < writers; ++w) {
+        for (int n = 0; n < keysEach; ++n) {
+            const std::string key = "W" + std::to_string(w) + "K" + std::to_string(n);
+            char value[32] = "###############################";
+            icf.GetString("Shared", key.c_str(), value);
+            EXPECT_EQ("value " + std::to_string(w) + " " + std::to_string(n), value) << key;
+        }
     }
 }

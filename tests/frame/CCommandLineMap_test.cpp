@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <random>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -56,4 +59,57 @@ TEST(CCommandLineMap, QueriesAndDefaults)
     EXPECT_STREQ("x", value);
     EXPECT_FALSE(map.GetSwitch("bee", value, nullptr));
     EXPECT_STREQ("x", value);
+}
+
+// Lines of random switches, values and arguments (any byte but the blank, runs of blanks between
+// tokens): every entry reads back as it was put on the line, the last of a repeated key winning.
+TEST(CCommandLineMap, RandomLinesReadBack)
+{
+    const unsigned seed = 1125;
+    std::mt19937 random(seed);
+    auto text = [&](size_t least, size_t most, bool colon) {
+        std::string result(least + random() % (most - least + 1), 'x');
+        for (char& ch : result) {
+            do
+                ch = static_cast<char>(1 + random() % 255);
+            while (ch == ' ' || (ch == ':' && !colon));
+        }
+        return result;
+    };
+    for (int round = 0; round < 300; ++round) {
+        const char sw = round % 2 ? '/' : '-';
+        std::map<std::string, std::string> expected;
+        std::string line;
+        for (int token = random() % 8, position = 0; token > 0; --token) {
+            line += std::string(1 + random() % 3, ' ');
+            switch (random() % 3) {
+            case 0: {  // a plain argument
+                std::string argument = text(1, 12, true);
+                argument[0] = argument[0] == sw ? 'a' : argument[0];
+                expected["#" + std::to_string(position++)] = argument;
+                line += argument;
+                break;
+            }
+            case 1: {  // name:value
+                const std::string name = text(0, 6, false), value = text(0, 20, true);
+                expected[name] = value;
+                line += sw + name + ":" + value;
+                break;
+            }
+            default: {  // one letter and the rest
+                const std::string letter = text(1, 1, false), rest = text(0, 10, false);
+                expected[letter] = rest;
+                line += sw + letter + rest;
+            }
+            }
+        }
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round) + ": " + line);
+        CCommandLineMap map(line.c_str(), sw);
+        EXPECT_EQ(int(expected.size()), map.GetCount());
+        for (const auto& entry : expected) {
+            CString value("<none>");
+            EXPECT_TRUE(map.GetSwitch(entry.first.c_str(), value, nullptr)) << entry.first;
+            EXPECT_EQ(entry.second, value.GetString()) << entry.first;
+        }
+    }
 }

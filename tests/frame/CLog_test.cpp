@@ -83,24 +83,12 @@ TEST(CLog, ConcurrentWritersInterleaveWholeLines)
 {
     TempDir dir;
     const std::string file = dir / "shared.log";
-    const int writers = 4, linesEach = 150;
-    std::vector<PROCESS_INFORMATION> processes(writers);
-    for (int w = 0; w < writers; ++w) {
-        std::string line = "\"" + testsupport::FixturePath("logwriter.exe") + "\" \"" + file + "\" " +
-                           std::to_string(w) + " " + std::to_string(linesEach);
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof(startup);
-        ASSERT_TRUE(CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                                   &processes[w]));
-    }
-    for (PROCESS_INFORMATION& process : processes) {
-        DWORD code = 99;
-        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, 120000));
-        EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &code));
-        EXPECT_EQ(0u, code) << "a writer saw failed writes";
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
+    const int writers = 8, linesEach = 1000;
+    std::vector<std::string> commandLines;
+    for (int w = 0; w < writers; ++w)
+        commandLines.push_back("\"" + testsupport::FixturePath("logwriter.exe") + "\" \"" + file + "\" " +
+                               std::to_string(w) + " " + std::to_string(linesEach));
+    EXPECT_EQ(std::vector<long>(writers, 0), testsupport::RunTogether(commandLines)) << "writers that saw failed writes";
     std::set<std::string> seen;
     const std::regex body(R"(writer \d+ line \d+ \.{69})");
     for (const std::string& message : Messages(file)) {

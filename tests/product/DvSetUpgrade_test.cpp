@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <map>
+#include <random>
 
 using namespace testsupport;
 
@@ -295,4 +296,50 @@ TEST_F(UpgradeTest, InterceptedRemoteMachineIsAskedInItsOwnRegistry)
     EXPECT_EQ(0, DvSetBKOldProduct(m_dir.path().c_str(), kDescriptor, code, "OTHER-MACHINE"));
     EXPECT_STREQ("{REMOTE}", code);
     EXPECT_TRUE(Traced("SetcnvrtCopyRegSubTree() - End - Invalid hRoot. SETCNVRT_FAILED\r\n"));
+}
+
+// Random trees in the backup key, moved into the product key: keys, names and data of every value
+// type (empty, small and large beyond the first read buffer, strings without their zero, types the
+// registry does not know) arrive byte for byte.
+TEST_F(UpgradeTest, RandomTreesAreRestoredByteForByte)
+{
+    const unsigned seed = 1125;
+    std::mt19937 random(seed);
+    const std::string product = CTambRegistry::m_sDrosvaneKey.GetString(), backup = product + "(BACKUP)";
+    const DWORD types[] = {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_DWORD, REG_QWORD, REG_NONE, REG_DWORD_BIG_ENDIAN, 0x4711};
+    auto bytes = [&](size_t size) {
+        std::string data(size, '\0');
+        for (char& byte : data)
+            byte = static_cast<char>(random());
+        return data;
+    };
+    auto name = [&](const char* not_in) {
+        std::string text = bytes(1 + random() % 12);
+        for (char& ch : text)
+            ch = strchr(not_in, ch) || (ch >= 0 && ch < 32) || ch == 127 ? 'k' : ch;
+        return text;
+    };
+    std::function<void(const std::string&, int)> fill = [&](const std::string& key, int depth) {
+        for (int values = 1 + random() % 7; values >= 0; --values) {
+            const DWORD type = types[random() % (sizeof(types) / sizeof(types[0]))];
+            const size_t sizes[] = {0, 4, 8, 1 + random() % 64, 4097 + random() % 70000};
+            std::string data = bytes(sizes[random() % 5]);
+            if ((type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) && random() % 2)
+                data += std::string(type == REG_MULTI_SZ ? 2 : 1, '\0');
+            ASSERT_TRUE(RegWrite(kView32, key, values ? name("").c_str() : "", type, data.data(), DWORD(data.size())));
+        }
+        for (int keys = depth < 3 ? 1 + random() % 3 : 0; keys > 0; --keys)
+            fill(key + "\\" + name("\\"), depth + 1);
+    };
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        fill(backup + "\\Random", 0);
+        const Tree tree = Snapshot(backup + "\\Random");
+        DvSetRSOldProdRegKey();
+        EXPECT_EQ(tree, Snapshot(product + "\\Random"));
+        EXPECT_FALSE(RegKeyExists(kView32, backup));
+        UniqueKey key;
+        ASSERT_EQ(0, RegOpenKeyExA(HKEY_LOCAL_MACHINE, product.c_str(), 0, KEY_ALL_ACCESS | kView32, key.put()));
+        EXPECT_EQ(0, RegDeleteTreeA(key.get(), "Random"));
+    }
 }

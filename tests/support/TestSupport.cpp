@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 namespace testsupport {
 
@@ -176,6 +177,17 @@ BackgroundProgram::~BackgroundProgram()
 long BackgroundProgram::Wait(DWORD timeoutMs)
 {
     return WaitForExit(m_process.get(), timeoutMs);
+}
+
+std::vector<long> RunTogether(const std::vector<std::string>& commandLines, DWORD timeoutMs)
+{
+    std::vector<std::unique_ptr<BackgroundProgram>> programs;
+    for (const std::string& line : commandLines)
+        programs.push_back(std::make_unique<BackgroundProgram>(line));
+    std::vector<long> codes;
+    for (auto& program : programs)
+        codes.push_back(program->Wait(timeoutMs));
+    return codes;
 }
 
 std::string UniqueName(const std::string& what)

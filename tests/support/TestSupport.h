@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace testsupport {
 
@@ -83,6 +84,10 @@ private:
     std::string m_output = m_dir / "output.txt";
     UniqueHandle m_process;
 };
+
+// Starts every command line at once and waits for them all: their exit codes in order, -1 for one
+// that did not start or outlived the timeout.
+std::vector<long> RunTogether(const std::vector<std::string>& commandLines, DWORD timeoutMs = 120000);
 
 // A name no other program of the prefix uses: "DVC-<process>-<counter>-<what>".
 std::string UniqueName(const std::string& what);
