@@ -45,13 +45,16 @@ long long AdministratorsRights(const std::string& path)
 {
     PACL list = nullptr;
     UniqueLocal descriptor;
-    if (GetNamedSecurityInfoA(path.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
-                              nullptr, reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put())) != ERROR_SUCCESS)
+    if (descriptor.kept(GetNamedSecurityInfoA(path.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                                              nullptr, &list, nullptr,
+                                              reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()))) != ERROR_SUCCESS)
         return -1;
     SID_IDENTIFIER_AUTHORITY nt = SECURITY_NT_AUTHORITY;
     UniqueSid administrators;
-    if (!AllocateAndInitializeSid(&nt, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0, 0,
-                                  administrators.put()))
+    if (administrators.kept(AllocateAndInitializeSid(&nt, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0,
+                                                     0, 0, 0, 0, administrators.put())
+                                ? ERROR_SUCCESS
+                                : static_cast<LONG>(GetLastError())) != ERROR_SUCCESS)
         return -1;
     TRUSTEE_A trustee = {};
     BuildTrusteeWithSidA(&trustee, administrators.get());
