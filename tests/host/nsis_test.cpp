@@ -3,12 +3,10 @@
 // log as the library promises, and the machine shows what the calls did. The installer is a
 // 32-bit program: the 64-bit suite runs the 32-bit build's installer in its own prefix (WoW64),
 // which a host without 32-bit execution cannot do.
-#include "Handles.h"
 #include "RegistrySupport.h"
 #include "ServiceSupport.h"
 #include "TestSupport.h"
 
-#include <aclapi.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -37,29 +35,6 @@ std::map<std::string, std::string> ReadResults(const std::string& path)
             results[line.substr(0, equals)] = line.substr(equals + 1);
     }
     return results;
-}
-
-// What BUILTIN\Administrators may do on path by its access list, as Windows works it out; -1
-// when it cannot be read.
-long long AdministratorsRights(const std::string& path)
-{
-    PACL list = nullptr;
-    UniqueLocal descriptor;
-    if (descriptor.kept(GetNamedSecurityInfoA(path.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-                                              nullptr, &list, nullptr,
-                                              reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()))) != ERROR_SUCCESS)
-        return -1;
-    SID_IDENTIFIER_AUTHORITY nt = SECURITY_NT_AUTHORITY;
-    UniqueSid administrators;
-    if (administrators.kept(AllocateAndInitializeSid(&nt, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0,
-                                                     0, 0, 0, 0, administrators.put())
-                                ? ERROR_SUCCESS
-                                : static_cast<LONG>(GetLastError())) != ERROR_SUCCESS)
-        return -1;
-    TRUSTEE_A trustee = {};
-    BuildTrusteeWithSidA(&trustee, administrators.get());
-    ACCESS_MASK mask = 0;
-    return GetEffectiveRightsFromAclA(list, &trustee, &mask) == ERROR_SUCCESS ? mask : -1;
 }
 
 // Version 1.0 build 120 of the example product installed, as the example medium's upgrade list
@@ -135,6 +110,7 @@ TEST_F(NsisDemo, EveryCallAnswersInTheLogAndLeavesItsMarkOnTheMachine)
         {"AddAccessPermissionOnFolder", "0"},
         {"AddAccessPermissionOnFolder.lastError", std::to_string(ERROR_NONE_MAPPED)},
         {"AdjustAccessRights", "1"},
+        // The mask itself is not compared: Wine answers full control for any list.
         {"GetBuiltinDomainAccessMaskOnFolder", "1"},
     };
     for (const auto& expected : kResults)
@@ -145,10 +121,6 @@ TEST_F(NsisDemo, EveryCallAnswersInTheLogAndLeavesItsMarkOnTheMachine)
     EXPECT_EQ(std::string::npos, text.find_first_not_of("0123456789abcdef")) << text;
     EXPECT_EQ(0u, text.size() % 16) << text;
     EXPECT_NE(0u, text.size());
-
-    char mask[16];
-    snprintf(mask, sizeof(mask), "0x%08llX", AdministratorsRights(m_installDir + "\\data"));
-    EXPECT_EQ(mask, result("GetBuiltinDomainAccessMaskOnFolder.mask"));
 
     // The backup holds the earlier product's setting; the service program was asked, in order,
     // with each switch; the service is gone.
