@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what building and testing SetupCLS needs on Debian 12 (amd64), as root:
 # the i686 and x86_64 mingw-w64 cross compilers, CMake, GoogleTest's sources, Wine with its 32-bit
-# PE half, LLVM's binary tools, and the ja_JP.UTF-8 locale for code page 932 runs. Every step is
-# skipped when what it installs is already there, so a re-run costs a few file tests.
+# PE half, LLVM's binary tools, the ja_JP.UTF-8 locale for code page 932 runs, and NSIS's makensis
+# for the demo installer. Every step is skipped when what it installs is already there, so a re-run
+# costs a few file tests.
 set -euo pipefail
 
 WINE_I386_DIR=/usr/lib/x86_64-linux-gnu/wine/i386-windows
@@ -21,6 +22,7 @@ command -v ctest >/dev/null || need_apt+=(cmake)
 command -v wine >/dev/null || need_apt+=(wine)
 dpkg -s wine64 >/dev/null 2>&1 || need_apt+=(wine64)
 command -v localedef >/dev/null || need_apt+=(locales)
+command -v makensis >/dev/null || need_apt+=(nsis)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
