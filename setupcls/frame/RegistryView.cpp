@@ -92,7 +92,7 @@ namespace {
 int LastSeparator(const CString& path)
 {
     for (int i = path.GetLength() - 1; i >= 0; --i) {
-        if (IsRealBackSlash(path, i))
+        if (RealBackSlashAt(path, i))
             return i;
     }
     return -1;

@@ -140,4 +140,6 @@ TEST(ExportSweep, EveryClassMemberSurvivesHostileArguments)
                                "CTambRegistry@registry", "CSettings@registry", "CJobQueue@registry", "CService@registry"})
         groups.insert(reader);
     RunGroups(dir, program, std::vector<std::string>(groups.begin(), groups.end()));
+    RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep");  // the scratch registry of a run that crashed
+    RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep");
 }
