@@ -136,8 +136,9 @@ TEST(ExportSweep, EveryClassMemberSurvivesHostileArguments)
         groups.insert(colon < paren ? row.substr(0, colon) : "free");
     }
     // Then the readers once more for each content of the files and of the registry they read.
-    for (const char* reader : {"CSetupIcf@profile", "CSetupInf@profile", "CSettings@profile", "CProduct@profile",
-                               "CTambRegistry@registry", "CSettings@registry", "CJobQueue@registry", "CService@registry"})
+    for (const char* reader : {"CSetupIcf@file", "CSetupInf@file", "CSettings@file", "CSetupIcf@profile",
+                               "CSetupInf@profile", "CSettings@profile", "CProduct@profile", "CTambRegistry@registry",
+                               "CSettings@registry", "CJobQueue@registry", "CService@registry"})
         groups.insert(reader);
     RunGroups(dir, program, std::vector<std::string>(groups.begin(), groups.end()));
     RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep");  // the scratch registry of a run that crashed
