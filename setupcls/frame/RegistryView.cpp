@@ -27,6 +27,11 @@ LONG CheckPath(const char* path)
 
 }  // namespace
 
+LONG CheckKeyPath(const char* path)
+{
+    return CheckPath(path);
+}
+
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
 {
     key.reset();

@@ -141,6 +141,10 @@ TEST(ExportSweep, EveryClassMemberSurvivesHostileArguments)
                                "CSettings@registry", "CJobQueue@registry", "CService@registry"})
         groups.insert(reader);
     RunGroups(dir, program, std::vector<std::string>(groups.begin(), groups.end()));
-    RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep");  // the scratch registry of a run that crashed
-    RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep");
+    // The scratch registry of a run that crashed (wide: its names need not be ANSI).
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\DVC-ClassSweep");
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\DVC-ClassSweep");
+    HKEY left = nullptr;
+    EXPECT_NE(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\DVC-ClassSweep", 0, KEY_READ, &left));
+    UniqueKey holder(left);
 }
