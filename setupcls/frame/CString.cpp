@@ -1,5 +1,7 @@
 #include "CString.h"
 
+#include "Failure.h"
+
 #include <mbstring.h>
 
 #include <cstdio>
@@ -13,10 +15,15 @@ CString::CString(const char* text, int length)
         m_text.assign(text, strnlen(text, static_cast<size_t>(length)));
 }
 
+// A repeat count the string cannot hold (up to 2 GiB) leaves the text empty: no exception leaves
+// the library.
 CString::CString(char ch, int repeat)
 {
     if (repeat > 0)
-        m_text.assign(static_cast<size_t>(repeat), ch);
+        failure::ContainExceptions(false, [&] {
+            m_text.assign(static_cast<size_t>(repeat), ch);
+            return true;
+        });
 }
 
 char CString::GetAt(int index) const
@@ -137,10 +144,15 @@ void CString::FormatV(const char* format, va_list args)
     m_text.swap(text);
 }
 
+// A length the string cannot hold answers null, the text unchanged: a shorter buffer would let
+// the caller write past its end.
 char* CString::GetBuffer(int minLength)
 {
-    if (minLength > GetLength())
-        m_text.resize(static_cast<size_t>(minLength));
+    if (minLength > GetLength() && !failure::ContainExceptions(false, [&] {
+            m_text.resize(static_cast<size_t>(minLength));
+            return true;
+        }))
+        return nullptr;
     return &m_text[0];
 }
 

@@ -2,9 +2,11 @@
 
 #include "TextRules.h"
 
-bool IsRealBackSlash(const char* text, int index)
+#include <cstring>
+
+bool RealBackSlashAt(const char* text, int index)
 {
-    if (!text || index < 0 || text[index] != '\\')
+    if (text[index] != '\\')
         return false;
     if (index == 0 || !IsLeadByte(text[index - 1]))
         return true;
@@ -19,10 +21,17 @@ bool IsRealBackSlash(const char* text, int index)
     return (run % 2) == 1;
 }
 
+// An index past the text's end answers false without reading there.
+bool IsRealBackSlash(const char* text, int index)
+{
+    return text && index >= 0 && strnlen(text, static_cast<size_t>(index) + 1) > static_cast<size_t>(index) &&
+           RealBackSlashAt(text, index);
+}
+
 int TrimTailBackSlash(CString& path)
 {
     int length = path.GetLength();
-    while (length >= 1 && IsRealBackSlash(path, length - 1))
+    while (length >= 1 && RealBackSlashAt(path, length - 1))
         --length;
     if (length != path.GetLength())
         path = path.Left(length);

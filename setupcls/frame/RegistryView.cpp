@@ -27,6 +27,11 @@ LONG CheckPath(const char* path)
 
 }  // namespace
 
+LONG CheckKeyPath(const char* path)
+{
+    return CheckPath(path);
+}
+
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
 {
     key.reset();
@@ -92,7 +97,7 @@ namespace {
 int LastSeparator(const CString& path)
 {
     for (int i = path.GetLength() - 1; i >= 0; --i) {
-        if (IsRealBackSlash(path, i))
+        if (RealBackSlashAt(path, i))
             return i;
     }
     return -1;

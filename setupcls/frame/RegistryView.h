@@ -20,6 +20,11 @@ namespace regview {
 
 const REGSAM kProductView = KEY_WOW64_32KEY;
 
+// ERROR_SUCCESS for a key path the registry takes as named: else ERROR_FILENAME_EXCED_RANGE (too
+// long) or ERROR_INVALID_NAME (ending in a lone lead byte, which would make a key no later call
+// reaches by its name). The calls below check their paths so; keys outside the view too.
+LONG CheckKeyPath(const char* path);
+
 // RegOpenKeyExA of path below root with access, in the product's view.
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key);
 

@@ -30,6 +30,10 @@ inline bool EndsInLoneLeadByte(const char* text)
     return false;
 }
 
+// IsRealBackSlash for an index the caller knows to lie within the text (0 <= index < length):
+// the exported form first makes sure of that, which costs a scan of the text.
+bool RealBackSlashAt(const char* text, int index);
+
 // printf-style formatting into a fixed buffer, cut to its size; a null format or a formatting
 // error leaves it empty. The buffer always ends NUL-terminated.
 template <size_t Size>

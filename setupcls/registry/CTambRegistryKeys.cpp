@@ -3,6 +3,7 @@
 #include "CTambRegistry.h"
 
 #include "PathRules.h"
+#include "TextRules.h"
 #include "RegistryAccess.h"
 #include "RegistryView.h"
 
@@ -183,7 +184,7 @@ const char* CTambRegistry::OldProductsKey() { return m_sOldProductsKey; }
 CString CTambRegistry::Wow6432Node(CString key)
 {
     int split = 0;
-    while (split < key.GetLength() && !IsRealBackSlash(key, split))
+    while (split < key.GetLength() && !RealBackSlashAt(key, split))
         ++split;
     const CString rest = split < key.GetLength() ? key.Mid(split + 1) : CString();
     CString result;

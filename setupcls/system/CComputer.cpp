@@ -361,7 +361,7 @@ int CComputer::CreateDirectoryA(const char* path, int)
         return 1;
     // Each back-slash of its own ends a level, except the one after a drive's ":".
     for (int i = 1; i < folder.GetLength(); ++i) {
-        if (!IsRealBackSlash(folder, i) || folder[i - 1] == ':')
+        if (!RealBackSlashAt(folder, i) || folder[i - 1] == ':')
             continue;
         CString level = folder.Left(i);
         if (!DirectoryExists(level) && !::CreateDirectoryA(level, nullptr))

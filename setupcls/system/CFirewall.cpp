@@ -239,6 +239,10 @@ HRESULT CFirewall::WindowsFirewallAddApp(const char* imagePath, const char* name
             return Answer(E_POINTER, "WindowsFirewallAddApp: Application full path is null");
         if (!name)
             return Answer(E_POINTER, "WindowsFirewallAddApp: Application file name is null");
+        // A program path of MAX_PATH characters or more names no program the firewall can allow
+        // (programs start from shorter paths), and the firewall's own objects may not take it.
+        if (strnlen(imagePath, MAX_PATH) >= MAX_PATH)
+            return Answer(HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE), "WindowsFirewallAddApp: Application full path is too long");
         int enabled = 0;
         HRESULT result = WindowsFirewallAppIsEnabled(imagePath, enabled);
         if (FAILED(result))
