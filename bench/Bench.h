@@ -45,6 +45,8 @@ struct Options {
     std::vector<int> sizes;
     int runs;
     std::string work;  // the folder the test data lives in
+    bool tree = true;  // the tree copy and the tree delete
+    bool flat = true;  // the files delete
 };
 bool BenchFiles(const Options& options, std::vector<Row>& rows);
 bool BenchRegistry(const Options& options, std::vector<Row>& rows);

@@ -136,43 +136,44 @@ bool BenchFiles(const Options& options, std::vector<Row>& rows)
     bool ok = true;
     for (int size : options.sizes) {
         const int files = size + kLargeFiles;
-        MakeTree(source, size);
-        MakeFlat(flatSource, size);
+        if (ok && options.tree) {
+            MakeTree(source, size);
+            // Tree copy into a folder that does not exist yet.
+            const auto clearTarget = [&] { FloorDeleteTree(target); };
+            const auto copied = [&] { return CountFiles(target) == files; };
+            Row copy{"tree copy", size, {}, {}, {}};
+            ok = Measure(copy, options.runs,
+                         {clearTarget, [&] { CComputer::CopyFileRecursively(source.c_str(), target.c_str(), 0); return true; }, copied},
+                         {clearTarget, [&] { return RunTool("\"" + xcopy + "\" \"" + source + "\" \"" + target + "\" /E /I /Y"); }, copied},
+                         {clearTarget, [&] { return FloorCopy(source, target); }, copied});
+            clearTarget();
+            rows.push_back(copy);
 
-        // Tree copy into a folder that does not exist yet.
-        const auto clearTarget = [&] { FloorDeleteTree(target); };
-        const auto copied = [&] { return CountFiles(target) == files; };
-        Row copy{"tree copy", size, {}, {}, {}};
-        ok = ok && Measure(copy, options.runs,
-                           {clearTarget, [&] { CComputer::CopyFileRecursively(source.c_str(), target.c_str(), 0); return true; }, copied},
-                           {clearTarget, [&] { return RunTool("\"" + xcopy + "\" \"" + source + "\" \"" + target + "\" /E /I /Y"); }, copied},
-                           {clearTarget, [&] { return FloorCopy(source, target); }, copied});
-        clearTarget();
-
-        // Tree delete of a copy of the tree.
-        const auto makeVictim = [&] { FloorCopy(source, victim); };
-        const auto deleted = [&] { return Gone(victim); };
-        Row remove{"tree delete", size, {}, {}, {}};
-        ok = ok && Measure(remove, options.runs,
-                           {makeVictim, [&] { return CComputer::DeleteTree(victim.c_str()) != 0; }, deleted},
-                           {makeVictim, [&] { return RunTool("\"" + cmd + "\" /c rmdir /s /q \"" + victim + "\""); }, deleted},
-                           {makeVictim, [&] { return FloorDeleteTree(victim); }, deleted});
-
-        // The files of one folder, in a copy of the flat folder.
-        const auto makeFlat = [&] { FloorCopy(flatSource, victim); };
-        const auto emptied = [&] { return CountFiles(victim) == 0; };
-        const auto clearFlat = [&] { FloorDeleteTree(victim); };
-        Row files_{"files delete", size, {}, {}, {}};
-        ok = ok && Measure(files_, options.runs,
-                           {makeFlat, [&] { return CComputer::DeleteFiles(victim.c_str(), nullptr) != 0; }, emptied},
-                           {makeFlat, [&] { return RunTool("\"" + cmd + "\" /c del /q \"" + victim + "\\*.*\""); }, emptied},
-                           {makeFlat, [&] { return FloorDeleteFiles(victim); }, emptied});
-        clearFlat();
-        FloorDeleteTree(source);
-        FloorDeleteTree(flatSource);
-        rows.push_back(copy);
-        rows.push_back(remove);
-        rows.push_back(files_);
+            // Tree delete of a copy of the tree.
+            const auto makeVictim = [&] { FloorCopy(source, victim); };
+            const auto deleted = [&] { return Gone(victim); };
+            Row remove{"tree delete", size, {}, {}, {}};
+            ok = ok && Measure(remove, options.runs,
+                               {makeVictim, [&] { return CComputer::DeleteTree(victim.c_str()) != 0; }, deleted},
+                               {makeVictim, [&] { return RunTool("\"" + cmd + "\" /c rmdir /s /q \"" + victim + "\""); }, deleted},
+                               {makeVictim, [&] { return FloorDeleteTree(victim); }, deleted});
+            FloorDeleteTree(source);
+            rows.push_back(remove);
+        }
+        if (ok && options.flat) {
+            // The files of one folder, in a copy of the flat folder.
+            MakeFlat(flatSource, size);
+            const auto makeFlat = [&] { FloorCopy(flatSource, victim); };
+            const auto emptied = [&] { return CountFiles(victim) == 0; };
+            Row files_{"files delete", size, {}, {}, {}};
+            ok = Measure(files_, options.runs,
+                         {makeFlat, [&] { return CComputer::DeleteFiles(victim.c_str(), nullptr) != 0; }, emptied},
+                         {makeFlat, [&] { return RunTool("\"" + cmd + "\" /c del /q \"" + victim + "\\*.*\""); }, emptied},
+                         {makeFlat, [&] { return FloorDeleteFiles(victim); }, emptied});
+            FloorDeleteTree(victim);
+            FloorDeleteTree(flatSource);
+            rows.push_back(files_);
+        }
         if (!ok)
             break;
     }

@@ -1,7 +1,9 @@
 // setupcls_bench: times the library's bulk operations against the reference tools and the bare
 // Win32 loops on the same data, and prints the result as a Markdown table.
 //
-//   setupcls_bench.exe [/sizes:200,2000,20000] [/runs:5] [/only:files,registry,log]
+//   setupcls_bench.exe [/sizes:200,2000,20000] [/runs:5] [/only:tree,flat,registry,log]
+//
+// The parts: tree (tree copy and tree delete), flat (files delete, one folder), registry, log.
 //
 // The test data lives in %TEMP%\setupcls-bench, which is removed at the end; the registry part
 // uses HKLM\SOFTWARE\Brannoch\BN Drosvane Backup and its backup key (32-bit view), and refuses
@@ -44,7 +46,7 @@ void PrintTable(const std::vector<Row>& rows)
 int main(int argc, char** argv)
 {
     Options options{{200, 2000, 20000}, 5, ""};
-    std::string only = "files,registry,log";
+    std::string only = "tree,flat,registry,log";
     for (int i = 1; i < argc; ++i) {
         if (const char* sizes = Value(argv[i], "/sizes:")) {
             options.sizes.clear();
@@ -57,7 +59,7 @@ int main(int argc, char** argv)
         } else if (const char* parts = Value(argv[i], "/only:")) {
             only = parts;
         } else {
-            std::fprintf(stderr, "usage: setupcls_bench [/sizes:200,2000,20000] [/runs:5] [/only:files,registry,log]\n");
+            std::fprintf(stderr, "usage: setupcls_bench [/sizes:200,2000,20000] [/runs:5] [/only:tree,flat,registry,log]\n");
             return 2;
         }
     }
@@ -76,7 +78,9 @@ int main(int argc, char** argv)
 
     std::vector<Row> rows;
     bool ok = true;
-    if (ok && only.find("files") != std::string::npos)
+    options.tree = only.find("tree") != std::string::npos;
+    options.flat = only.find("flat") != std::string::npos;
+    if (ok && (options.tree || options.flat))
         ok = BenchFiles(options, rows);
     if (ok && only.find("registry") != std::string::npos)
         ok = BenchRegistry(options, rows);

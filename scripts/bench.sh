@@ -5,7 +5,7 @@
 # BENCHMARKS.md between its "bench:begin" and "bench:end" marks.
 # It runs the 32-bit build, as the product ships, where the host runs 32-bit programs, else the
 # 64-bit twin (scripts/common.sh); an argument x86 or x64 chooses. Further arguments go to the
-# benchmark program: /sizes:200,2000,20000 /runs:5 /only:files,registry,log
+# benchmark program: /sizes:200,2000,20000 /runs:5 /only:tree,flat,registry,log
 # Usage: scripts/bench.sh [x86|x64] [benchmark options...]
 set -uo pipefail
 source "$(dirname "$0")/common.sh"
