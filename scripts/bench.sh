@@ -63,7 +63,7 @@ echo "$job"
 echo "(the upgrade holds a fixed 20 s pause of the library after the earlier product is removed)"
 
 machine="$(nproc) processors ($(grep -m1 'model name' /proc/cpuinfo | sed 's/.*: //')),"
-machine+=" $(free -g | awk '/^Mem:/ {print $2}') GiB memory, Linux $(uname -r), $(wine --version)"
+machine+=" $(free -g | awk '/^Mem:/ {print $2}') GiB memory, Linux $(uname -r), $(wine --version 2>/dev/null)"
 bits=$([ "$arch" = x86 ] && echo "32-bit, as the product ships" || echo "64-bit")
 section="Command: \`scripts/bench.sh $arch${*:+ $*}\`"$'\n\n'
 section+="Machine: $machine"$'\n\n'
