@@ -27,11 +27,6 @@ LONG CheckPath(const char* path)
 
 }  // namespace
 
-LONG CheckKeyPath(const char* path)
-{
-    return CheckPath(path);
-}
-
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
 {
     key.reset();
@@ -40,13 +35,12 @@ LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key)
     return key.kept(RegOpenKeyExA(root, path, 0, access | kProductView, key.put()));
 }
 
-LONG CreateKey(HKEY root, const char* path, UniqueKey& key)
+LONG CreateKey(HKEY root, const char* path, UniqueKey& key, REGSAM view)
 {
     key.reset();
     if (const LONG status = CheckPath(path))
         return status;
-    return key.kept(
-        RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS | kProductView, nullptr, key.put(), nullptr));
+    return key.kept(RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr, key.put(), nullptr));
 }
 
 LONG DeleteKey(HKEY root, const char* path)

@@ -19,17 +19,18 @@
 namespace regview {
 
 const REGSAM kProductView = KEY_WOW64_32KEY;
+// Keys outside SOFTWARE (services, control settings), which no view redirects.
+const REGSAM kOnlyView = 0;
 
-// ERROR_SUCCESS for a key path the registry takes as named: else ERROR_FILENAME_EXCED_RANGE (too
-// long) or ERROR_INVALID_NAME (ending in a lone lead byte, which would make a key no later call
-// reaches by its name). The calls below check their paths so; keys outside the view too.
-LONG CheckKeyPath(const char* path);
+// The calls below refuse a key path the registry would not take as named: one too long
+// (ERROR_FILENAME_EXCED_RANGE) or ending in a lone lead byte (ERROR_INVALID_NAME, a key no later
+// call would reach by its name).
 
 // RegOpenKeyExA of path below root with access, in the product's view.
 LONG OpenKey(HKEY root, const char* path, REGSAM access, UniqueKey& key);
 
-// RegCreateKeyExA of path below root with full access, in the product's view.
-LONG CreateKey(HKEY root, const char* path, UniqueKey& key);
+// RegCreateKeyExA of path below root with full access, in the product's view (or the one given).
+LONG CreateKey(HKEY root, const char* path, UniqueKey& key, REGSAM view = kProductView);
 
 // RegDeleteKeyExA of path below root (a key without sub keys), in the product's view.
 LONG DeleteKey(HKEY root, const char* path);

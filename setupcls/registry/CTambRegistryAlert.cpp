@@ -78,15 +78,11 @@ CString SNMPKeyOf(const char* base)
 
 // ---- Keys below SYSTEM, which no view redirects. ----
 
-// A path the registry cannot take as named (an event source ending in a lone lead byte) is
-// refused before a key is made that nothing could remove.
+// Through the registry view's checks: a path the registry cannot take as named (an event source
+// ending in a lone lead byte) is refused before a key is made that nothing could remove.
 LONG CreateSystemKey(const char* path, UniqueKey& key)
 {
-    key.reset();
-    if (const LONG status = regview::CheckKeyPath(path))
-        return status;
-    return key.kept(
-        RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
+    return regview::CreateKey(HKEY_LOCAL_MACHINE, path, key, regview::kOnlyView);
 }
 
 LONG OpenSystemKey(const char* path, REGSAM access, UniqueKey& key)
