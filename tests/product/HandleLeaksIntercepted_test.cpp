@@ -52,10 +52,6 @@ const auto Nonzero = [](BOOL b) { return b != 0; };
 const auto Zero = [](auto status) { return status == 0; };
 const auto Always = [](auto) { return true; };
 
-template <typename T> struct Same {
-    using type = T;
-};
-
 // The counting stand-in of one import: calls Windows, and when `counts` says
 // the call did what it names, moves the balance of `kind` by `delta`. Id makes
 // each import's stand-in its own.
@@ -156,9 +152,9 @@ public:
     bool complete() const { return m_complete; }
 
 private:
-    template <typename Signature, int Id, typename R, typename... A>
+    template <typename Signature, int Id, typename R, typename... A, typename Counts>
     void Count(const char* dll, const char* name, R(WINAPI* real)(A...), Kind kind, int delta,
-        bool (*counts)(typename Same<R>::type))
+        Counts counts)
     {
         using Stand = Counted<Signature, Id>;
         Stand::real = real;
